@@ -1,14 +1,15 @@
 #pragma once
-// Enumerations shared by the service and the client.
+// Enumerations shared by the service and the client. Each has int as its underlying type, so a value read
+// from a file or handed over by a caller that lies outside the listed ones is still a valid value to test.
 
 namespace utility_business {
 namespace utility_enum {
 
 // 0 online order; 1 and 2 local orders (dine-in, telephone).
-enum OrderType { ORDER_ONLINE = 0, ORDER_DINE = 1, ORDER_PHONE = 2 };
+enum OrderType : int { ORDER_ONLINE = 0, ORDER_DINE = 1, ORDER_PHONE = 2 };
 
 // How a printer is reached.
-enum PrinterType {
+enum PrinterType : int {
     PRINTER_UNUSABLE = 0,
     PRINTER_SYSTEM_LOCAL = 1,     // spooler queue on a local port
     PRINTER_SYSTEM_NETWORK = 2,   // spooler queue on a TCP/IP port
@@ -17,13 +18,13 @@ enum PrinterType {
 };
 
 // Bit set: 1 a printer became available, 2 one went away, 3 both.
-enum PrinterModification { PRINTER_UNCHANGED = 0, PRINTER_ADDED = 1, PRINTER_REMOVED = 2, PRINTER_ADDED_AND_REMOVED = 3 };
+enum PrinterModification : int { PRINTER_UNCHANGED = 0, PRINTER_ADDED = 1, PRINTER_REMOVED = 2, PRINTER_ADDED_AND_REMOVED = 3 };
 
 // Stored as "basis" (one set of settings for all printers) or "advance" (settings per printer).
-enum PrinterSettingsMode { PRINTER_SETTINGS_BASIS = 0, PRINTER_SETTINGS_ADVANCE = 1 };
+enum PrinterSettingsMode : int { PRINTER_SETTINGS_BASIS = 0, PRINTER_SETTINGS_ADVANCE = 1 };
 
 // Network state reported to the shop windows.
-enum NetErrType { NET_OK = 0, NET_DISCONNECTED = 1, NET_SERVER_UNREACHABLE = 2, NET_PROXY_FAILED = 3 };
+enum NetErrType : int { NET_OK = 0, NET_DISCONNECTED = 1, NET_SERVER_UNREACHABLE = 2, NET_PROXY_FAILED = 3 };
 
 }  // namespace utility_enum
 }  // namespace utility_business
