@@ -1,0 +1,266 @@
+/* The order receipt, copy by copy: head, body, tail, feed and cut. */
+#include "order_layout_p.h"
+
+#include "print_line_p.h"
+#include "utility_p.h"
+
+#include <stdio.h>
+#include <string.h>
+
+#define ENGINE_UNIT "src/order_layout.c"
+
+/* Columns of the price field at the right of an item line, and the room a name must leave for it. */
+#define PRICE_COLUMNS 7u
+#define NAME_RESERVE 11u
+
+void order_style_table(const char *style, TextStyle table[ORDER_STYLE_SLOTS])
+{
+    static const TextStyle normal[ORDER_STYLE_SLOTS] = {6, 1, 8, 6, 6, 1, 4, 1, 1, 1, 4, 1, 6, 6, 6, 6, 6};
+    /* The customer block stays large on small paper styles: the courier reads it at arm's length. */
+    static const TextStyle small[ORDER_STYLE_SLOTS] = {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 6, 6, 6};
+    if (style && strcmp(style, "normal") == 0)
+        memcpy(table, normal, sizeof normal);
+    else if (style && strcmp(style, "small") == 0)
+        memcpy(table, small, sizeof small);
+    else
+        memset(table, 0, sizeof(TextStyle) * ORDER_STYLE_SLOTS);
+}
+
+int32_t copy_feed_lines(const char *lines_between_copies)
+{
+    if (lines_between_copies && strcmp(lines_between_copies, "small") == 0)
+        return 3;
+    if (lines_between_copies && strcmp(lines_between_copies, "large") == 0)
+        return 7;
+    return 5;
+}
+
+static bool text_is(const char *text, const char *expected)
+{
+    return text && strcmp(text, expected) == 0;
+}
+
+static uint32_t columns(const char *text, TextStyle style)
+{
+    return text ? text_display_width((const uint8_t *)text, (uint32_t)strlen(text), style & TEXT_STYLE_DOUBLE_WIDTH)
+                : 0;
+}
+
+static void add_blank_line(LineBuilder *lines, TextStyle style)
+{
+    add_line(lines, "", style, ALIGNMENT_LEFT, NULL, LINE_END_FEED);
+}
+
+/* "#17" and a word between runs of asterisks: the first and last line of every copy. */
+static void add_title_line(LineBuilder *lines, const OrderDocument *document, const char *word,
+                           const TextStyle *styles)
+{
+    add_line_owned(lines, engine_sprintf("#%d", document->order->general->daySn), styles[ORDER_SLOT_SERIAL],
+                   ALIGNMENT_CENTRE, "*", LINE_END_FEED);
+    add_run(lines, (uint32_t)strlen(word), word, styles[ORDER_SLOT_TITLE_WORD]);
+}
+
+/* Adds the lines of items (and, below each, its additions) in three columns: name, quantity, price. */
+static void add_item_lines(LineBuilder *lines, const OrderItem *items, TextStyle style, uint32_t width,
+                           bool addition)
+{
+    const char *prefix = addition ? "(+)" : "";
+    for (const OrderItem *item = items; item && lines->rc == ENGINE_OK; item = item->next) {
+        const char *name = item->name ? item->name : "";
+        char quantity[16] = " ";
+        if (item->displayQuantity)
+            snprintf(quantity, sizeof quantity, "x%d ", item->quantity);
+        char price[ENGINE_MONEY_TEXT_SIZE];
+        format_money(price, 0, (float)item->quantity * item->price);
+
+        uint32_t n = columns(prefix, style) + columns(name, style);
+        uint32_t q = columns(quantity, style);
+        uint32_t p = columns(price, style);
+        uint32_t gap = p < PRICE_COLUMNS ? PRICE_COLUMNS - p : 0;
+        if (n + NAME_RESERVE < width) {
+            uint32_t used = n + q + PRICE_COLUMNS;
+            int spaces = used < width ? (int)(width - used) : 0;
+            add_line_owned(lines,
+                           engine_sprintf("%s%s%*s%s%*s%s", prefix, name, spaces, "", quantity, (int)gap, "", price),
+                           style, ALIGNMENT_LEFT, " ", LINE_END_FEED);
+        } else {
+            uint32_t used = q + PRICE_COLUMNS;
+            int spaces = used < width ? (int)(width - used) : 0;
+            add_line_owned(lines, engine_sprintf("%s%s", prefix, name), style, ALIGNMENT_LEFT, " ", LINE_END_FEED);
+            add_line_owned(lines, engine_sprintf("%*s%s%*s%s", spaces, "", quantity, (int)gap, "", price), style,
+                           ALIGNMENT_LEFT, " ", LINE_END_FEED);
+        }
+        add_item_lines(lines, item->additions, style, width, true);
+    }
+}
+
+static void add_group_lines(LineBuilder *lines, const OrderDetail *detail, const TextStyle *styles,
+                            uint32_t width)
+{
+    for (const ItemGroup *group = detail->groups; group; group = group->next) {
+        /* Discount groups were emptied into the extra group while parsing. */
+        if (text_is(group->type, DISCOUNT_GROUP_TYPE))
+            continue;
+        add_line(lines, group->name, styles[ORDER_SLOT_GROUP], ALIGNMENT_CENTRE, "-", LINE_END_FEED);
+        TextStyle style = text_is(group->type, EXTRA_GROUP_TYPE) ? styles[ORDER_SLOT_EXTRA_ITEM]
+                                                                 : styles[ORDER_SLOT_ITEM];
+        add_item_lines(lines, group->items, style, width, false);
+    }
+}
+
+/* A rule, then the amount charged with its label at the left and the amount at the right. */
+static void add_amount_lines(LineBuilder *lines, const Order *order, const TextStyle *styles, uint32_t width)
+{
+    add_line(lines, "", 0, ALIGNMENT_RIGHT, "-", LINE_END_FEED);
+    TextStyle style = styles[ORDER_SLOT_AMOUNT];
+    const char *label = text_is(order->general->payment, "online") ? "已付" : "应付";
+    char money[ENGINE_MONEY_TEXT_SIZE];
+    format_money(money, 0, order->detail->accounting->receipt);
+    char *amount = engine_sprintf("￥%s", money);
+    if (!amount) {
+        if (lines->rc == ENGINE_OK)
+            lines->rc = ENGINE_ERROR_NO_MEMORY;
+        return;
+    }
+    uint32_t used = columns(label, style) + columns(amount, style);
+    add_line(lines, label, style, ALIGNMENT_LEFT, NULL, LINE_END_FEED);
+    if (used < width) {
+        char spaces[64];
+        uint32_t count = width - used;
+        memset(spaces, ' ', count);
+        add_run(lines, count, spaces, 1);
+    }
+    add_run(lines, (uint32_t)strlen(amount), amount, style);
+    ENGINE_FREE(amount);
+    add_blank_line(lines, 0);
+}
+
+static void add_customer_lines(LineBuilder *lines, const Order *order, const TextStyle *styles)
+{
+    const char *kind = order->general->kind;
+    const Consignee *consignee = order->consignee;
+    TextStyle place = styles[ORDER_SLOT_CUSTOMER_PLACE];
+    if (!is_known_order_kind(kind))
+        return;
+    if (text_is(kind, "dine")) {
+        const char *table = consignee->tableNumber ? consignee->tableNumber : "";
+        add_line_owned(lines, engine_sprintf("桌号  %s", table), place, ALIGNMENT_LEFT, " ", LINE_END_FEED);
+        /* Padded to the full width, so the count prints at the start of the next printed line. */
+        add_line(lines, "人数  ", place, ALIGNMENT_LEFT, " ", LINE_END_NONE);
+        add_line_owned(lines, engine_sprintf("%d", consignee->peopleCount), place, ALIGNMENT_LEFT, " ",
+                       LINE_END_FEED);
+        return;
+    }
+    add_line(lines, consignee->address, place, ALIGNMENT_LEFT, " ", LINE_END_FEED);
+    add_line(lines, consignee->name, styles[ORDER_SLOT_CUSTOMER_NAME], ALIGNMENT_LEFT, NULL, LINE_END_FEED);
+    for (const PhoneNumber *phone = consignee->phones; phone && lines->rc == ENGINE_OK; phone = phone->next) {
+        if (!phone->number || phone->number[0] == '\0')
+            continue;
+        add_line_owned(lines, format_phone(phone->number), styles[ORDER_SLOT_CUSTOMER_PHONE], ALIGNMENT_LEFT,
+                       " ", LINE_END_FEED);
+    }
+}
+
+static void add_barcode_lines(LineBuilder *lines, const char *id)
+{
+    uint32_t length = 0;
+    uint8_t *bytes = barcode_bytes(id, &length);
+    if (!bytes) {
+        if (lines->rc == ENGINE_OK)
+            lines->rc = ENGINE_ERROR_NO_MEMORY;
+        return;
+    }
+    add_line(lines, NULL, 0, ALIGNMENT_CENTRE, NULL, LINE_END_FEED);
+    add_run(lines, length, bytes, 1);
+    ENGINE_FREE(bytes);
+    add_blank_line(lines, 1);
+}
+
+static void add_body_lines(LineBuilder *lines, const OrderDocument *document, const TextStyle *styles,
+                           uint32_t width)
+{
+    const Order *order = document->order;
+    const OrderGeneral *general = order->general;
+    add_blank_line(lines, 0);
+    add_line(lines, document->restaurant->name, styles[ORDER_SLOT_RESTAURANT], ALIGNMENT_CENTRE, " ",
+             LINE_END_FEED);
+    add_blank_line(lines, 0);
+    add_line(lines, text_is(general->payment, "online") ? "--已在线支付--" : "--客户未付款--",
+             styles[ORDER_SLOT_PAYMENT], ALIGNMENT_CENTRE, " ", LINE_END_FEED);
+    if (general->isBooked) {
+        struct tm booked = local_time(general->bookedTime);
+        add_line_owned(lines, engine_sprintf("预订%02d:%02d送达", booked.tm_hour, booked.tm_min),
+                       styles[ORDER_SLOT_BOOKED], ALIGNMENT_CENTRE, " ", LINE_END_FEED);
+    }
+    add_blank_line(lines, 0);
+    struct tm created = local_time(general->createdTime);
+    add_line_owned(lines,
+                   engine_sprintf("[下单时间] %02d-%02d %02d:%02d", created.tm_mon, created.tm_mday,
+                                  created.tm_hour, created.tm_min),
+                   styles[ORDER_SLOT_ORDER_TIME], ALIGNMENT_LEFT, " ", LINE_END_FEED);
+    if (general->remark && general->remark[0] != '\0') {
+        add_line(lines, "[备注] ", styles[ORDER_SLOT_REMARK_LABEL], ALIGNMENT_LEFT, " ", LINE_END_FEED);
+        add_run(lines, (uint32_t)strlen(general->remark), general->remark, styles[ORDER_SLOT_REMARK]);
+    }
+    add_blank_line(lines, 0);
+    add_group_lines(lines, order->detail, styles, width);
+    add_amount_lines(lines, order, styles, width);
+    add_customer_lines(lines, order, styles);
+    add_blank_line(lines, 0);
+    if (document->printSettings->isPrintBarcodeEnabled)
+        add_barcode_lines(lines, order->id);
+}
+
+/* Renders a built chain and appends the bytes as the next piece of the copy; frees the chain. */
+static void render_piece(LineBuilder *lines, OutputChunk **pieces, uint32_t width)
+{
+    uint8_t *bytes = NULL;
+    uint32_t length = 0;
+    if (lines->rc == ENGINE_OK)
+        lines->rc = render_lines(&bytes, &length, lines->lines, width);
+    if (lines->rc == ENGINE_OK)
+        lines->rc = append_chunk(pieces, bytes, length);
+    free_print_lines(&lines->lines);
+}
+
+EngineError layout_order(const OrderDocument *document, uint8_t **out, uint32_t *out_length)
+{
+    if (!out || !out_length)
+        return ENGINE_ERROR_INVALID_INPUT;
+    *out = NULL;
+    if (!order_document_is_complete(document))
+        return ENGINE_ERROR_INVALID_INPUT;
+    const EnginePrintSettings *settings = document->printSettings;
+    int32_t width = paper_width_chars(settings->width);
+    if (width < 0)
+        return ENGINE_ERROR_PAPER_WIDTH;
+    TextStyle styles[ORDER_STYLE_SLOTS];
+    order_style_table(settings->style, styles);
+
+    OutputChunk *pieces = NULL;
+    LineBuilder lines = {NULL, ENGINE_OK};
+    add_title_line(&lines, document, "Zhevo订单", styles);
+    render_piece(&lines, &pieces, (uint32_t)width);
+    add_body_lines(&lines, document, styles, (uint32_t)width);
+    render_piece(&lines, &pieces, (uint32_t)width);
+    add_title_line(&lines, document, "完", styles);
+    render_piece(&lines, &pieces, (uint32_t)width);
+    if (lines.rc == ENGINE_OK) {
+        uint8_t *feed = NULL;
+        uint32_t feed_length = 0;
+        lines.rc = feed_lines(&feed, &feed_length, copy_feed_lines(settings->lines_between_copies));
+        if (lines.rc == ENGINE_OK)
+            lines.rc = append_chunk(&pieces, feed, feed_length);
+    }
+    /* A partial cut, rendered like any other line. */
+    static const uint8_t partial_cut[] = {0x1D, 0x56, 0x31};
+    add_line(&lines, NULL, 0, ALIGNMENT_LEFT, NULL, LINE_END_FEED);
+    add_run(&lines, sizeof partial_cut, partial_cut, 1);
+    render_piece(&lines, &pieces, (uint32_t)width);
+
+    EngineError rc = lines.rc;
+    if (rc == ENGINE_OK)
+        rc = repeat_chunks(out, out_length, pieces, settings->number_of_copies);
+    free_chunks(&pieces);
+    return rc;
+}
