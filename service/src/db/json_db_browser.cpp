@@ -1,0 +1,246 @@
+#include "service_business/json_db_browser.h"
+
+#include "service_business/json_db.h"
+
+#include "utility_business/json_document.h"
+
+namespace service_business {
+namespace json_db {
+
+using namespace utility_business;
+
+namespace {
+const QString kBasis = QStringLiteral("basis");
+const QString kGeneral = QStringLiteral("general");
+const QString kLocal = QStringLiteral("local");
+const QString kRuntime = QStringLiteral("runtime");
+const QString kPrint = QStringLiteral("print");
+const QString kPrinters = QStringLiteral("printers");
+const QString kWidth = QStringLiteral("width");
+const QString kBasisPrinterProperties = QStringLiteral("defaulePrinterProperties");  // spelt so in the files
+const QString kDefaultWidth = QStringLiteral("58mm");
+
+QString id(int value) { return QString::number(value); }
+
+// The first non-empty text at `path` in the App document, then in the Basis document.
+QString appOrBasisText(const JsonDocument& app, const JsonDocument& basis, const KeyPath& path)
+{
+    const QString value = app.getString(path);
+    return value.isEmpty() ? basis.getString(path) : value;
+}
+
+// The names of an object's members that are printer ids.
+QList<int> printerIds(const JsonDocument& doc, const KeyPath& path)
+{
+    QList<int> ids;
+    for (const QString& name : doc.childrenNames(path)) {
+        bool ok = false;
+        const int value = name.toInt(&ok);
+        if (ok) ids << value;
+    }
+    return ids;
+}
+}  // namespace
+
+Browser::Browser(JsonDB* db) : m_db(db) {}
+
+QString Browser::apiUrl(const QString& name) const
+{
+    const QString base = appOrBasisText(m_db->m_appDocument, m_db->m_basisDocument, {kBasis, QStringLiteral("capi_url")});
+    return base.isEmpty() ? QString() : base + QLatin1Char('/') + name;
+}
+
+QString Browser::startUrl() const
+{
+    return appOrBasisText(m_db->m_appDocument, m_db->m_basisDocument, {kBasis, QStringLiteral("start_url")});
+}
+
+QString Browser::settingVersion() const { return m_db->m_basisDocument.getString({QStringLiteral("version")}); }
+
+QString Browser::sn() const { return m_db->m_appDocument.getString({QStringLiteral("sn")}); }
+
+QString Browser::getEnvSettings(const QString& key) const { return m_db->m_envDocument.getString({key}); }
+
+QList<ToneInfo> Browser::allTones() const
+{
+    QList<ToneInfo> tones;
+    for (const QString& entry : m_db->m_basisDocument.array({QStringLiteral("tones")}))
+        tones << ToneInfo::fromJson(entry);
+    return tones;
+}
+
+ToneInfo Browser::currentTone() const
+{
+    const QString text = m_db->m_appDocument.toString({kGeneral, QStringLiteral("tone")});
+    return text.isEmpty() ? ToneInfo() : ToneInfo::fromJson(text);
+}
+
+QList<ProxyServerInfo> Browser::proxyServersInfo() const
+{
+    QList<ProxyServerInfo> servers;
+    for (const QString& entry : m_db->m_basisDocument.array({QStringLiteral("proxy_servers")}))
+        servers << ProxyServerInfo::fromJson(entry);
+    return servers;
+}
+
+QList<ResourceFileInfo> Browser::resourceFilesInfo() const
+{
+    QList<ResourceFileInfo> files;
+    for (const QString& entry : m_db->m_basisDocument.array({QStringLiteral("resources")}))
+        files << ResourceFileInfo::fromJson(entry);
+    return files;
+}
+
+QMap<int, QString> Browser::profilesMap() const
+{
+    QMap<int, QString> profiles;
+    for (const QString& name : m_db->m_profilesDocument.childrenNames({}))
+        profiles.insert(name.toInt(), m_db->m_profilesDocument.getString({name, kLocal, QStringLiteral("username")}));
+    return profiles;
+}
+
+QString Browser::profileName(int profileId) const
+{
+    return m_db->m_profilesDocument.getString({id(profileId), kLocal, QStringLiteral("username")});
+}
+
+ProfileInfo Browser::profileInfo(int profileId) const
+{
+    const QString text = m_db->m_profilesDocument.toString({id(profileId), kLocal});
+    return ProfileInfo::fromJson(text.isEmpty() ? QStringLiteral("{}") : text);
+}
+
+UserConfig Browser::userConfig(int profileId) const
+{
+    UserConfig config;
+    config.isLaunchAfterSystemStartupEnabled = m_db->m_profilesDocument.getBool(
+        {id(profileId), kLocal, kGeneral, QStringLiteral("isLaunchAfterSystemStartupEnabled")},
+        config.isLaunchAfterSystemStartupEnabled);
+    config.closeButtonAction =
+        m_db->m_appDocument.getInt({kGeneral, QStringLiteral("closeButtonAction")}, config.closeButtonAction);
+    config.isDevelopModelEnable =
+        m_db->m_appDocument.getBool({kGeneral, QStringLiteral("isDevelopModelEnable")}, config.isDevelopModelEnable);
+    config.printerSettingsMode = printerSettingsMode(profileId) == utility_enum::PRINTER_SETTINGS_BASIS
+                                     ? QStringLiteral("basis")
+                                     : QStringLiteral("advance");
+    return config;
+}
+
+bool Browser::hasAppLaunchAtStartUp() const
+{
+    for (const QString& name : m_db->m_profilesDocument.childrenNames({})) {
+        if (m_db->m_profilesDocument.getBool({name, kLocal, kGeneral, QStringLiteral("isLaunchAfterSystemStartupEnabled")}))
+            return true;
+    }
+    return false;
+}
+
+WindowInfo Browser::windowInfo(int profileId) const
+{
+    const JsonDocument& doc = m_db->m_profilesDocument;
+    const QString profile = id(profileId);
+    auto member = [&](const char* name) { return KeyPath{profile, kRuntime, QStringLiteral("window_info"), QLatin1String(name)}; };
+    WindowInfo info;  // the read defaults: 1008 x 665 at 0, 0, zoom 100, not maximised
+    info.maximize = doc.getBool(member("maximize"), info.maximize);
+    info.zoom_level = doc.getInt(member("zoom_level"), info.zoom_level);
+    info.x = doc.getInt(member("x"), info.x);
+    info.y = doc.getInt(member("y"), info.y);
+    info.width = doc.getInt(member("width"), info.width);
+    info.height = doc.getInt(member("height"), info.height);
+    return info;
+}
+
+utility_enum::PrinterSettingsMode Browser::printerSettingsMode(int profileId) const
+{
+    const QString mode = m_db->m_profilesDocument.getString(
+        {id(profileId), kLocal, kGeneral, QStringLiteral("printerSettingsMode")}, QStringLiteral("basis"));
+    return mode == QLatin1String("basis") ? utility_enum::PRINTER_SETTINGS_BASIS : utility_enum::PRINTER_SETTINGS_ADVANCE;
+}
+
+PrinterSettings Browser::basisPrinterSettings(int profileId) const
+{
+    const KeyPath path{id(profileId), kLocal, kPrinters, kBasisPrinterProperties};
+    if (m_db->m_profilesDocument.childrenNames(path).isEmpty()) return PrinterSettings();
+    PrinterSettings settings = PrinterSettings::fromJson(m_db->m_profilesDocument.toString(path));
+    // The basis settings print on the paper of printer 0, whichever printer prints.
+    settings.width = m_db->m_appDocument.getString({kPrint, kPrinters, QStringLiteral("0"), kWidth}, kDefaultWidth);
+    return settings;
+}
+
+PrinterSettings Browser::printSettings(int profileId, int printerId) const
+{
+    const KeyPath path{id(profileId), kLocal, kPrinters, id(printerId)};
+    if (m_db->m_profilesDocument.childrenNames(path).isEmpty()) return PrinterSettings();
+    PrinterSettings settings = PrinterSettings::fromJson(m_db->m_profilesDocument.toString(path));
+    // The paper belongs to the printer, not to the profile.
+    settings.width = m_db->m_appDocument.getString({kPrint, kPrinters, id(printerId), kWidth}, kDefaultWidth);
+    return settings;
+}
+
+PrintCopies Browser::printCopies(int profileId, int printerId) const
+{
+    const QString text = m_db->m_profilesDocument.toString({id(profileId), kLocal, kPrinters, id(printerId)});
+    return text.isEmpty() ? PrintCopies() : PrintCopies::fromJson(text);
+}
+
+QMap<int, PrintCopies> Browser::enabledPrintCopies(int profileId) const
+{
+    QMap<int, PrintCopies> copies;
+    for (int printerId : printerIds(m_db->m_profilesDocument, {id(profileId), kLocal, kPrinters}))
+        copies.insert(printerId, printCopies(profileId, printerId));
+    return copies;
+}
+
+QList<PrinterInfo> Browser::enabledPrinterList(int profileId) const
+{
+    QList<PrinterInfo> printers;
+    for (int printerId : printerIds(m_db->m_profilesDocument, {id(profileId), kLocal, kPrinters})) {
+        if (m_db->m_appDocument.nodeExist({kPrint, kPrinters, id(printerId)})) printers << printerInfo(profileId, printerId);
+    }
+    return printers;
+}
+
+QList<PrinterInfo> Browser::printerList() const
+{
+    QList<PrinterInfo> printers;
+    for (int printerId : printerIds(m_db->m_appDocument, {kPrint, kPrinters})) printers << printerInfo(printerId);
+    return printers;
+}
+
+PrinterInfo Browser::printerInfo(int printerId) const
+{
+    const QString text = m_db->m_appDocument.toString({kPrint, kPrinters, id(printerId)});
+    if (text.isEmpty()) return PrinterInfo();
+    PrinterInfo info = PrinterInfo::fromJson(text);
+    info.id = printerId;  // the key is the id the registry gave it
+    return info;
+}
+
+PrinterInfo Browser::printerInfo(int /*profileId*/, int printerId) const
+{
+    // A profile's entry holds only its copies and a width that is never used (the paper belongs to the
+    // printer), so a printer looks the same from every profile.
+    return printerInfo(printerId);
+}
+
+QMap<int, PrinterProperties> Browser::printerCommonInfoList() const
+{
+    QMap<int, PrinterProperties> properties;
+    for (const PrinterInfo& info : printerList()) {
+        PrinterProperties common;
+        common.id = info.id;
+        common.name = info.name;
+        common.width = info.width;
+        common.type = info.type;
+        properties.insert(info.id, common);
+    }
+    return properties;
+}
+
+GlobalPrintSettings Browser::globalPrintSettings() const
+{
+    return GlobalPrintSettings::fromJson(m_db->m_appDocument.toString({kPrint}));
+}
+
+}  // namespace json_db
+}  // namespace service_business
