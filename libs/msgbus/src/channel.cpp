@@ -1,0 +1,91 @@
+#include "channel_p.h"
+
+#include "wire_p.h"
+
+#include <zmq_addon.hpp>
+
+namespace MsgBusNameSpace {
+
+Channel::Channel(zmq::context_t& context, std::string endpoint)
+    : m_context(context), m_endpoint(std::move(endpoint))
+{
+}
+
+Channel::~Channel() { close(); }
+
+void Channel::close()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_socket.reset();
+}
+
+zmq::socket_t& Channel::socket()
+{
+    if (!m_socket) {
+        zmq::socket_t socket(m_context, zmq::socket_type::dealer);
+        socket.set(zmq::sockopt::linger, 0);
+        // Queue nothing while the broker is away: a hand-over then fails at once instead of waiting inside
+        // the socket and reaching subscribers after its sender was told that it failed.
+        socket.set(zmq::sockopt::immediate, true);
+        socket.connect(m_endpoint);
+        m_socket.emplace(std::move(socket));
+    }
+    return *m_socket;
+}
+
+bool Channel::waitFor(short events, Clock::time_point deadline)
+{
+    for (;;) {
+        const auto remaining = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        zmq::pollitem_t item{m_socket->handle(), 0, events, 0};
+        try {
+            zmq::poll(&item, 1, std::max(remaining, std::chrono::milliseconds(0)));
+        } catch (const zmq::error_t& error) {
+            if (error.num() != EINTR) throw;
+        }
+        if (item.revents & events) return true;
+        if (remaining.count() <= 0) return false;
+    }
+}
+
+bool Channel::awaitAnswer(std::uint64_t sequence, Clock::time_point deadline)
+{
+    while (waitFor(ZMQ_POLLIN, deadline)) {
+        std::vector<zmq::message_t> answer;
+        if (!zmq::recv_multipart(*m_socket, std::back_inserter(answer), zmq::recv_flags::dontwait)) continue;
+        // Answers to hand-overs that timed out earlier may still arrive; only this one counts.
+        if (answer.size() == 1 && wire::decodeSequence(answer[0].data(), answer[0].size()) == sequence) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool Channel::handOver(const Frames& frames, std::chrono::milliseconds timeout)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const Clock::time_point deadline = Clock::now() + timeout;
+    bool taken = false;
+    try {
+        zmq::socket_t& out = socket();
+        if (waitFor(ZMQ_POLLOUT, deadline)) {
+            const std::uint64_t sequence = ++m_sequence;
+            const std::string head = wire::encodeSequence(sequence);
+            // Once the first frame is accepted, ZeroMQ takes the rest of the message as a whole.
+            if (out.send(zmq::buffer(head), zmq::send_flags::sndmore | zmq::send_flags::dontwait)) {
+                for (std::size_t i = 0; i < frames.size(); ++i) {
+                    const auto more = i + 1 < frames.size() ? zmq::send_flags::sndmore : zmq::send_flags::none;
+                    out.send(zmq::buffer(frames[i]), more | zmq::send_flags::dontwait);
+                }
+                taken = awaitAnswer(sequence, deadline);
+            }
+        }
+    } catch (const zmq::error_t&) {
+        taken = false;  // a bad endpoint, or the context shutting down at exit
+    }
+    // After a failure the socket may still hold the message or owe an answer: start afresh next time.
+    if (!taken) m_socket.reset();
+    return taken;
+}
+
+}  // namespace MsgBusNameSpace

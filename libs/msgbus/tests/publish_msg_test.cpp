@@ -1,0 +1,87 @@
+// The texts of bus messages: what a PublishMsg and a MessageJson look like, and that a listener reads back
+// what was published.
+
+#include "utility_business/ipc_define.h"
+#include "utility_business/message_json.h"
+
+#include <gtest/gtest.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+
+using utility_business::MessageJson;
+using utility_business::ipc_define::PublishMsg;
+
+TEST(PublishMsgText, IsOneCompactJsonObjectWithArgumentsInOrder)
+{
+    PublishMsg message(QStringLiteral("networkHasChanged"), QStringLiteral("notification"));
+    message.setType(QStringLiteral("notification"));
+    message.addArgument(1);
+    message.addArgument(4);
+    EXPECT_EQ(message.toString(),
+              QStringLiteral(R"({"arguments":[1,4],"name":"networkHasChanged","type":"notification"})"));
+}
+
+TEST(PublishMsgText, KeepsEachArgumentsJsonType)
+{
+    PublishMsg message(QStringLiteral("systemPrintCompleted"), QStringLiteral("notification"));
+    message.addArgument(QStringLiteral("打印完成 \"ok\""));
+    message.addArgument(true);
+    message.addArgument(QVariant());
+    message.addArgument(2.5);
+    const QJsonArray arguments =
+        QJsonDocument::fromJson(message.toString().toUtf8()).object().value(QStringLiteral("arguments")).toArray();
+    ASSERT_EQ(arguments.size(), 4);
+    EXPECT_EQ(arguments[0].toString(), QStringLiteral("打印完成 \"ok\""));
+    EXPECT_TRUE(arguments[1].isBool());
+    EXPECT_TRUE(arguments[2].isNull());
+    EXPECT_EQ(arguments[3].toDouble(), 2.5);
+}
+
+TEST(PublishMsgText, SetTypeReplacesTheType)
+{
+    PublishMsg message(QStringLiteral("closeApp"), QStringLiteral("request"));
+    message.setType(QStringLiteral("notification"));
+    EXPECT_EQ(message.type(), QStringLiteral("notification"));
+    EXPECT_TRUE(message.toString().contains(QStringLiteral(R"("type":"notification")")));
+}
+
+TEST(PublishMsgParse, ReadsBackWhatWasWritten)
+{
+    PublishMsg message(QStringLiteral("pushMsgToBrowser"), QStringLiteral("notification"));
+    message.addArgument(MessageJson(QStringLiteral("pc.print.printersHasChanged")).toString());
+    message.addArgument(3);
+    message.addArgument(false);
+    message.addArgument(0.25);
+
+    const auto parsed = PublishMsg::fromString(message.toString());
+    ASSERT_TRUE(parsed);
+    EXPECT_EQ(parsed->name(), message.name());
+    EXPECT_EQ(parsed->type(), message.type());
+    ASSERT_EQ(parsed->arguments().size(), 4);
+    EXPECT_EQ(parsed->arguments()[0].toString(), QStringLiteral(R"({"name":"pc.print.printersHasChanged"})"));
+    EXPECT_EQ(parsed->arguments()[1].type(), QVariant::Int);  // a listener compares it with the int sent
+    EXPECT_EQ(parsed->arguments()[1].toInt(), 3);
+    EXPECT_EQ(parsed->arguments()[2], QVariant(false));
+    EXPECT_EQ(parsed->arguments()[3].toDouble(), 0.25);
+}
+
+TEST(PublishMsgParse, RefusesTextsThatAreNotMessages)
+{
+    for (const char* text : {"", "not json", "[1,2]", R"({"name":"x","type":"notification"})",
+                             R"({"name":1,"type":"notification","arguments":[]})",
+                             R"({"name":"x","type":"notification","arguments":{}})", R"({"name":"x")"}) {
+        EXPECT_FALSE(PublishMsg::fromString(QString::fromUtf8(text))) << text;
+    }
+}
+
+TEST(MessageJsonText, HoldsTheNameOnly)
+{
+    EXPECT_EQ(MessageJson(QStringLiteral("pc.profile.profilesHasChanged")).toString(),
+              QStringLiteral(R"({"name":"pc.profile.profilesHasChanged"})"));
+}
+
+}  // namespace
