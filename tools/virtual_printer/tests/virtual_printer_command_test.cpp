@@ -1,0 +1,130 @@
+// The sb-virtual-printer command: its output, its controls and its errors.
+#include "loopback_client.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <csignal>
+
+namespace {
+
+class VirtualPrinterCommand : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
+    void TearDown() override
+    {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished(5000);
+        }
+    }
+
+    // Starts the command and returns the port of its first output line; 0 when it did not start.
+    int start(const QStringList& extra = {})
+    {
+        m_process.start(SB_VIRTUAL_PRINTER, QStringList{"--port", "0", "--out", m_dir.path()} + extra);
+        if (!m_process.waitForStarted(5000) || !m_process.waitForReadyRead(5000)) return 0;
+        return m_process.readLine().trimmed().toInt();
+    }
+
+    QByteArray nextLine()
+    {
+        QElapsedTimer timer;
+        timer.start();
+        while (!m_process.canReadLine() && timer.elapsed() < 5000) m_process.waitForReadyRead(100);
+        return m_process.readLine().trimmed();
+    }
+
+    void command(const char* line)
+    {
+        m_process.write(line);
+        m_process.write("\n");
+        m_process.waitForBytesWritten(5000);
+    }
+
+    void signal(int number) { ::kill(static_cast<pid_t>(m_process.processId()), number); }
+
+    QTemporaryDir m_dir;
+    QProcess m_process;
+};
+
+}  // namespace
+
+TEST_F(VirtualPrinterCommand, PrintsItsPortThenOneLinePerSavedJob)
+{
+    const int port = start();
+    ASSERT_GT(port, 0);
+    LoopbackClient client(port);
+    ASSERT_TRUE(client.send("abc"));
+    client.endData();
+    EXPECT_EQ(nextLine(), QByteArray("job 1 ") + m_dir.filePath("job-0001.bin").toUtf8() + " 3");
+}
+
+TEST_F(VirtualPrinterCommand, Sigusr2TogglesRefusalAndStdinCommandsToo)
+{
+    const int port = start();
+    ASSERT_GT(port, 0);
+    signal(SIGUSR2);
+    ASSERT_EQ(nextLine(), "refuse on");
+    EXPECT_FALSE(LoopbackClient(port).connected());
+    signal(SIGUSR2);
+    ASSERT_EQ(nextLine(), "refuse off");
+    EXPECT_TRUE(LoopbackClient(port).connected());
+    command("refuse");
+    ASSERT_EQ(nextLine(), "refuse on");
+    EXPECT_FALSE(LoopbackClient(port).connected());
+    command("accept");
+    ASSERT_EQ(nextLine(), "refuse off");
+    EXPECT_TRUE(LoopbackClient(port).connected());
+}
+
+TEST_F(VirtualPrinterCommand, Sigusr1MakesItHangUntilResumed)
+{
+    const int port = start();
+    ASSERT_GT(port, 0);
+    signal(SIGUSR1);
+    ASSERT_EQ(nextLine(), "hang on");
+    {
+        LoopbackClient client(port);
+        ASSERT_TRUE(client.send("lost"));
+        client.endData();
+        EXPECT_FALSE(client.closedByPeer(300));
+    }
+    command("resume");
+    ASSERT_EQ(nextLine(), "hang off");
+    LoopbackClient client(port);
+    ASSERT_TRUE(client.send("kept"));
+    client.endData();
+    EXPECT_EQ(nextLine(), QByteArray("job 1 ") + m_dir.filePath("job-0001.bin").toUtf8() + " 4");
+}
+
+TEST_F(VirtualPrinterCommand, TermAndQuitEndItCleanly)
+{
+    ASSERT_GT(start(), 0);
+    signal(SIGTERM);
+    ASSERT_TRUE(m_process.waitForFinished(5000));
+    EXPECT_EQ(m_process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(m_process.exitCode(), 0);
+
+    ASSERT_GT(start(), 0);
+    command("quit");
+    ASSERT_TRUE(m_process.waitForFinished(5000));
+    EXPECT_EQ(m_process.exitCode(), 0);
+}
+
+TEST_F(VirtualPrinterCommand, BadArgumentsGiveOneLineOnStderrAndExitCode2)
+{
+    for (const QStringList& arguments : {QStringList{"--port", "99999", "--out", m_dir.path()},
+                                         QStringList{"--out", m_dir.path()}, QStringList{"--port", "0", "--what"}}) {
+        m_process.start(SB_VIRTUAL_PRINTER, arguments);
+        ASSERT_TRUE(m_process.waitForFinished(5000));
+        EXPECT_EQ(m_process.exitCode(), 2) << arguments.join(' ').toStdString();
+        const QList<QByteArray> errors = m_process.readAllStandardError().trimmed().split('\n');
+        EXPECT_TRUE(errors.last().startsWith("sb-virtual-printer: ")) << errors.last().toStdString();
+    }
+}

@@ -1,0 +1,206 @@
+// The virtual printer served in-process, talked to over real loopback sockets.
+#include "virtual_printer/virtual_printer.h"
+
+#include "loopback_client.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <chrono>
+#include <thread>
+
+using namespace std::chrono_literals;
+using virtual_printer::Options;
+using virtual_printer::SavedJob;
+using virtual_printer::VirtualPrinter;
+
+namespace {
+
+class VirtualPrinterTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
+
+    std::unique_ptr<VirtualPrinter> startPrinter(Options options = Options())
+    {
+        options.outDir = m_dir.path().toStdString();
+        auto printer = std::make_unique<VirtualPrinter>(options);
+        std::string error;
+        EXPECT_TRUE(printer->start(&error)) << error;
+        return printer;
+    }
+
+    QByteArray job(int number) const
+    {
+        QFile file(m_dir.filePath(QString::asprintf("job-%04d.bin", number)));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+    }
+
+    QStringList files() const { return QDir(m_dir.path()).entryList(QDir::Files | QDir::Hidden); }
+
+    QTemporaryDir m_dir;
+};
+
+const std::string kReceipt("\x1b@\x1b\x61\x01Table 5\n\x00\xff\x1dVA\x00", 20);
+
+}  // namespace
+
+TEST_F(VirtualPrinterTest, SavesEachJobByteExactAndClosesTheConnectionAfterIt)
+{
+    auto printer = startPrinter();
+    {
+        LoopbackClient client(printer->port());
+        ASSERT_TRUE(client.connected());
+        ASSERT_TRUE(client.send(kReceipt));
+        client.endData();
+        EXPECT_TRUE(client.closedByPeer(5000));
+    }
+    {
+        LoopbackClient client(printer->port());
+        ASSERT_TRUE(client.send("second"));
+        client.endData();
+    }
+    ASSERT_TRUE(printer->waitForJobs(2, 5s));
+    EXPECT_EQ(job(1), QByteArray(kReceipt.data(), int(kReceipt.size())));
+    EXPECT_EQ(job(2), QByteArray("second"));
+    EXPECT_EQ(files(), (QStringList{"job-0001.bin", "job-0002.bin"})) << "no partial files are left";
+}
+
+TEST_F(VirtualPrinterTest, EndsAJobAfterAnIdleGapWhenThePeerKeepsTheConnectionOpen)
+{
+    Options options;
+    options.idleGap = 200ms;
+    auto printer = startPrinter(options);
+    LoopbackClient client(printer->port());
+    ASSERT_TRUE(client.send("part one,"));
+    ASSERT_TRUE(client.send(" part two"));
+    ASSERT_TRUE(printer->waitForJobs(1, 5s));
+    EXPECT_TRUE(client.closedByPeer(5000));
+    EXPECT_EQ(job(1), QByteArray("part one, part two"));
+}
+
+TEST_F(VirtualPrinterTest, ConnectionWithoutDataSavesNothing)
+{
+    auto printer = startPrinter();
+    {
+        LoopbackClient client(printer->port());
+        ASSERT_TRUE(printer->waitForConnections(1, 5s));
+    }
+    LoopbackClient client(printer->port());
+    ASSERT_TRUE(client.send("x"));
+    client.endData();
+    ASSERT_TRUE(printer->waitForJobs(1, 5s));
+    EXPECT_EQ(files(), QStringList{"job-0001.bin"});
+}
+
+TEST_F(VirtualPrinterTest, NumberingContinuesAfterTheJobsInTheDirectory)
+{
+    QFile old(m_dir.filePath("job-0041.bin"));
+    ASSERT_TRUE(old.open(QIODevice::WriteOnly));
+    old.close();
+    auto printer = startPrinter();
+    LoopbackClient client(printer->port());
+    ASSERT_TRUE(client.send("new"));
+    client.endData();
+    ASSERT_TRUE(printer->waitForJobs(1, 5s));
+    EXPECT_EQ(job(42), QByteArray("new"));
+}
+
+TEST_F(VirtualPrinterTest, HangingPrinterAcceptsButNeverReadsAndRecovers)
+{
+    Options options;
+    options.hang = true;
+    auto printer = startPrinter(options);
+    {
+        LoopbackClient client(printer->port());
+        ASSERT_TRUE(client.connected());
+        ASSERT_TRUE(printer->waitForConnections(1, 5s));
+        ASSERT_TRUE(client.send("lost"));
+        client.endData();
+        EXPECT_FALSE(client.closedByPeer(300)) << "a hung printer does not answer";
+    }
+    printer->setHang(false);
+    LoopbackClient client(printer->port());
+    ASSERT_TRUE(client.send("after"));
+    client.endData();
+    ASSERT_TRUE(printer->waitForJobs(1, 5s));
+    EXPECT_EQ(job(1), QByteArray("after"));
+    EXPECT_EQ(files(), QStringList{"job-0001.bin"}) << "what the hung connection sent is dropped";
+}
+
+TEST_F(VirtualPrinterTest, HangCaughtMidJobDropsThatJob)
+{
+    auto printer = startPrinter();
+    LoopbackClient client(printer->port());
+    ASSERT_TRUE(client.send("half a job"));
+    ASSERT_TRUE(printer->waitForConnections(1, 5s));
+    std::this_thread::sleep_for(50ms);
+    printer->setHang(true);
+    client.endData();
+    printer->setHang(false);
+    EXPECT_FALSE(printer->waitForJobs(1, 300ms));
+    EXPECT_TRUE(files().isEmpty());
+}
+
+TEST_F(VirtualPrinterTest, RefusingPrinterRefusesConnectionsAndListensOnTheSamePortAgain)
+{
+    auto printer = startPrinter();
+    const int port = printer->port();
+    ASSERT_TRUE(printer->setRefuse(true));
+    EXPECT_FALSE(LoopbackClient(port).connected());
+    std::string error;
+    ASSERT_TRUE(printer->setRefuse(false, &error)) << error;
+    EXPECT_EQ(printer->port(), port);
+    LoopbackClient client(port);
+    ASSERT_TRUE(client.connected());
+    ASSERT_TRUE(client.send("back"));
+    client.endData();
+    ASSERT_TRUE(printer->waitForJobs(1, 5s));
+    EXPECT_EQ(job(1), QByteArray("back"));
+}
+
+TEST_F(VirtualPrinterTest, StartingToRefuseStillReservesAPort)
+{
+    Options options;
+    options.refuse = true;
+    auto printer = startPrinter(options);
+    EXPECT_GT(printer->port(), 0);
+    EXPECT_FALSE(LoopbackClient(printer->port()).connected());
+}
+
+TEST_F(VirtualPrinterTest, PortInUseFailsToStartWithAMessage)
+{
+    auto first = startPrinter();
+    Options options;
+    options.port = first->port();
+    options.outDir = m_dir.path().toStdString();
+    VirtualPrinter second(options);
+    std::string error;
+    EXPECT_FALSE(second.start(&error));
+    EXPECT_NE(error.find("bind 127.0.0.1:" + std::to_string(first->port())), std::string::npos) << error;
+}
+
+TEST_F(VirtualPrinterTest, CallsTheJobHandlerWithEachSavedJob)
+{
+    Options options;
+    options.outDir = m_dir.path().toStdString();
+    VirtualPrinter printer(options);
+    std::vector<SavedJob> saved;
+    std::mutex mutex;
+    printer.setJobHandler([&](const SavedJob& job) {
+        std::lock_guard<std::mutex> lock(mutex);
+        saved.push_back(job);
+    });
+    ASSERT_TRUE(printer.start(nullptr));
+    LoopbackClient client(printer.port());
+    ASSERT_TRUE(client.send("12345"));
+    client.endData();
+    ASSERT_TRUE(printer.waitForJobs(1, 5s));
+    std::lock_guard<std::mutex> lock(mutex);
+    ASSERT_EQ(saved.size(), 1u);
+    EXPECT_EQ(saved[0].number, 1);
+    EXPECT_EQ(saved[0].size, 5);
+    EXPECT_EQ(QString::fromStdString(saved[0].path), m_dir.filePath("job-0001.bin"));
+}
