@@ -1,0 +1,88 @@
+#include "systemif/print_fake.h"
+
+namespace systemif {
+namespace print {
+
+void FakeUsbBus::attach(const UsbDevice& device)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_devices << device;
+}
+
+void FakeUsbBus::detachAll()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_devices.clear();
+}
+
+void FakeUsbBus::setWriteResult(bool ok)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_writeResult = ok;
+}
+
+QList<QByteArray> FakeUsbBus::written(const QString& filename) const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_written.value(filename);
+}
+
+QList<UsbDevice> FakeUsbBus::devices()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_devices;
+}
+
+bool FakeUsbBus::write(const UsbDevice& device, const Document& doc)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    for (const UsbDevice& attached : m_devices) {
+        if (attached.bus != device.bus || attached.filename != device.filename || !attached.hasPrinterInterface)
+            continue;
+        if (!m_writeResult) return false;
+        m_written[device.filename] << doc.bytes();
+        return true;
+    }
+    return false;
+}
+
+void FakeUsbPrintSupport::attach(const QString& printer)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_printers << printer;
+}
+
+void FakeUsbPrintSupport::detachAll()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_printers.clear();
+}
+
+void FakeUsbPrintSupport::setWriteResult(bool ok)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_writeResult = ok;
+}
+
+QList<QByteArray> FakeUsbPrintSupport::written(const QString& printer) const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_written.value(printer);
+}
+
+QStringList FakeUsbPrintSupport::printers()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_printers;
+}
+
+bool FakeUsbPrintSupport::write(const QString& printer, const Document& doc)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_printers.contains(printer) || !m_writeResult) return false;
+    m_written[printer] << doc.bytes();
+    return true;
+}
+
+}  // namespace print
+}  // namespace systemif

@@ -1,0 +1,19 @@
+#include "serial_ports_linux.h"
+#include "spooler_cups.h"
+#include "usb_bus_libusb.h"
+#include "usb_print_support_linux.h"
+
+namespace systemif {
+namespace print {
+
+PrintBackend systemPrintBackend()
+{
+    static CupsSpooler spooler;
+    static LibusbBus usbBus;
+    static UsblpPrintSupport usbPrintSupport;
+    static SysfsSerialPorts serialPorts;
+    return PrintBackend{&spooler, &usbBus, &usbPrintSupport, &serialPorts};
+}
+
+}  // namespace print
+}  // namespace systemif

@@ -1,0 +1,32 @@
+#include "serial_ports_linux.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace systemif {
+namespace print {
+
+SysfsSerialPorts::SysfsSerialPorts(const QString& sysRoot) : m_sysRoot(sysRoot) {}
+
+bool SysfsSerialPorts::isUsbDevice(const QString& device)
+{
+    const QString name = device.section(QLatin1Char('/'), -1);
+    if (name.isEmpty() || name == QLatin1String("..") || name == QLatin1String(".")) return false;
+    const QString root = QFileInfo(m_sysRoot).canonicalFilePath();
+    QString path = QFileInfo(m_sysRoot + QStringLiteral("/class/tty/") + name + QStringLiteral("/device"))
+                       .canonicalFilePath();
+    while (!root.isEmpty() && path.startsWith(root + QLatin1Char('/'))) {
+        const QString subsystem = QFileInfo(path + QStringLiteral("/subsystem")).symLinkTarget();
+        if (subsystem.section(QLatin1Char('/'), -1) == QLatin1String("usb")) return true;
+        path = QFileInfo(path).path();
+    }
+    return false;
+}
+
+bool SysfsSerialPorts::isPresent(const QString& device)
+{
+    return !device.isEmpty() && QFileInfo::exists(device);
+}
+
+}  // namespace print
+}  // namespace systemif

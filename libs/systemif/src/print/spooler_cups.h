@@ -1,0 +1,23 @@
+#pragma once
+//
+//  This header is not part of systemif's API. The spooler on Linux: the CUPS scheduler named by
+//  cupsServer() (CUPS_SERVER, client.conf, or the local default).
+//
+
+#include "systemif/print_backend.h"
+
+namespace systemif {
+namespace print {
+
+// Every call opens a connection of its own (a job keeps its connection until it is destroyed), never
+// libcups' shared per-thread one, so a killed print worker takes nothing with it that others use. Calls
+// give up after a few seconds of silence from the scheduler.
+class CupsSpooler : public Spooler {
+public:
+    bool queues(QList<SpoolerQueue>& queues) override;
+    std::unique_ptr<SpoolerJob> createJob(const QString& printer, const QString& docName) override;
+    SpoolerCancel cancel(const QString& printer, int jobId) override;
+};
+
+}  // namespace print
+}  // namespace systemif

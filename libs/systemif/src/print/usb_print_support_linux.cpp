@@ -1,0 +1,74 @@
+#include "usb_print_support_linux.h"
+
+#include "no_cancel.h"
+
+#include <QDir>
+
+#include <algorithm>
+#include <cerrno>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace systemif {
+namespace print {
+
+namespace {
+
+int lpNumber(const QString& name)
+{
+    bool ok = false;
+    const int number = name.mid(2).toInt(&ok);
+    return ok && number >= 0 ? number : -1;
+}
+
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int fd) : m_fd(fd) {}
+    ~FileDescriptor()
+    {
+        NoCancelScope noCancel;
+        if (m_fd >= 0) ::close(m_fd);
+    }
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+    int get() const { return m_fd; }
+
+private:
+    int m_fd;
+};
+
+}  // namespace
+
+UsblpPrintSupport::UsblpPrintSupport(const QString& deviceDir) : m_deviceDir(deviceDir) {}
+
+QStringList UsblpPrintSupport::printers()
+{
+    QStringList names = QDir(m_deviceDir).entryList({QStringLiteral("lp*")}, QDir::System | QDir::Files);
+    names.erase(std::remove_if(names.begin(), names.end(), [](const QString& name) { return lpNumber(name) < 0; }),
+                names.end());
+    std::sort(names.begin(), names.end(),
+              [](const QString& a, const QString& b) { return lpNumber(a) < lpNumber(b); });
+    QStringList paths;
+    for (const QString& name : names) paths << m_deviceDir + QLatin1Char('/') + name;
+    return paths;
+}
+
+bool UsblpPrintSupport::write(const QString& printer, const Document& doc)
+{
+    if (!printers().contains(printer)) return false;
+    // The write is left cancellable: a printer out of paper blocks it, and the watchdog must be able to
+    // end the worker; the descriptor is closed on the way out.
+    FileDescriptor fd(::open(printer.toLocal8Bit().constData(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+    if (fd.get() < 0) return false;
+    for (int offset = 0; offset < doc.size();) {
+        const ssize_t written = ::write(fd.get(), doc.data() + offset, static_cast<size_t>(doc.size() - offset));
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return false;
+        offset += static_cast<int>(written);
+    }
+    return true;
+}
+
+}  // namespace print
+}  // namespace systemif
