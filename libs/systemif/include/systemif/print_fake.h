@@ -50,6 +50,8 @@ public:
     void setReachable(bool reachable);
     // What happens to the printer's jobs created from now on; Complete by default.
     void setJobOutcome(const QString& printer, JobOutcome outcome);
+    // Ends a job that has not ended yet, as its printer would: printed (Completed) or not (Failed).
+    void finishJob(int jobId, bool printed);
 
     // Every job created so far, in creation order.
     QList<Job> jobs() const;

@@ -131,6 +131,13 @@ void FakeSpooler::setJobOutcome(const QString& printer, JobOutcome outcome)
     m_state->outcomes[printer.toLower()] = outcome;
 }
 
+void FakeSpooler::finishJob(int jobId, bool printed)
+{
+    std::lock_guard<std::mutex> lock(m_state->mutex);
+    Job* job = m_state->job(jobId);
+    if (job && !hasEnded(job->state)) job->state = printed ? SpoolerJobState::Completed : SpoolerJobState::Failed;
+}
+
 QList<FakeSpooler::Job> FakeSpooler::jobs() const
 {
     std::lock_guard<std::mutex> lock(m_state->mutex);

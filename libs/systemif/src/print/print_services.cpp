@@ -3,6 +3,7 @@
 
 #include "port_names.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -11,7 +12,10 @@ namespace print {
 
 namespace {
 
-const std::chrono::milliseconds kPollInterval(100);
+// A raw job usually ends within a few tens of milliseconds: polls start often and slow down to the
+// longest interval for jobs that wait on their printer.
+const std::chrono::milliseconds kFirstPollInterval(10);
+const std::chrono::milliseconds kLongestPollInterval(100);
 const int kUnansweredPollLimit = 3;  // a spooler that stops answering ends the wait
 
 bool printerRecords(QList<PRINTER_INFO_2W>& records)
@@ -117,7 +121,8 @@ int PrintServics::printBySystemPrinter(const QString& printerName, const QString
         report(false);
         return jobId;
     }
-    for (int unanswered = 0;;) {
+    std::chrono::milliseconds interval = kFirstPollInterval;
+    for (int unanswered = 0;; interval = std::min(interval * 2, kLongestPollInterval)) {
         if (slot && slot->claimed()) return jobId;
         switch (job->state()) {
         case SpoolerJobState::Completed:
@@ -142,7 +147,7 @@ int PrintServics::printBySystemPrinter(const QString& printerName, const QString
             unanswered = 0;
             break;
         }
-        std::this_thread::sleep_for(kPollInterval);  // where a killed worker stops
+        std::this_thread::sleep_for(interval);  // where a killed worker stops
     }
 }
 

@@ -1,0 +1,279 @@
+// The print layer against a real scheduler: a private cupsd with raw queues to the virtual printer on
+// 127.0.0.1.
+#include "systemif/ports.h"
+#include "systemif/print.h"
+
+#include "cupsd_harness.h"
+#include "virtual_printer/virtual_printer.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+using namespace std::chrono_literals;
+using namespace systemif::print;
+using test_support::CupsdHarness;
+
+namespace {
+
+const int kIppJobProcessing = 5;
+const int kIppJobCanceled = 7;
+
+struct Outcome {
+    std::atomic<int> calls{0};
+    std::atomic<int> jobId{-1};
+    std::atomic<bool> done{false};
+    JobCallback callback()
+    {
+        return [this](int id, const QString&, bool isDone) {
+            jobId = id;
+            done = isDone;
+            ++calls;
+        };
+    }
+};
+
+// A print worker as the print threads have one: a slot bound to its thread, one document to print.
+class Worker : public QThread {
+public:
+    Worker(const QString& printer, const QByteArray& bytes) : m_printer(printer), m_bytes(bytes) {}
+    PrintJobSlot slot;
+    Outcome outcome;
+
+protected:
+    void run() override
+    {
+        PrintJobSlot::Binding binding(slot);
+        PrintServics::printBySystemPrinter(m_printer, "receipt", Document(m_bytes), outcome.callback());
+    }
+
+private:
+    QString m_printer;
+    QByteArray m_bytes;
+};
+
+int openDescriptors()
+{
+    // Qt keeps a descriptor of its own from the first thread it starts on; start one before counting.
+    std::unique_ptr<QThread> first(QThread::create([] {}));
+    first->start();
+    first->wait();
+    return QDir("/proc/self/fd").entryList(QDir::Files | QDir::System).size();
+}
+
+class CupsSpooler : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        const QString reason = CupsdHarness::unavailableReason();
+        if (!reason.isEmpty()) GTEST_SKIP() << "no CUPS scheduler here: " << reason.toStdString();
+        ASSERT_TRUE(m_cups.start()) << m_cups.error().toStdString();
+        ASSERT_TRUE(m_out.isValid());
+        virtual_printer::Options options;
+        options.outDir = m_out.path().toStdString();
+        m_printer = std::make_unique<virtual_printer::VirtualPrinter>(options);
+        std::string error;
+        ASSERT_TRUE(m_printer->start(&error)) << error;
+    }
+
+    void TearDown() override
+    {
+        if (HasFailure() && !m_cups.dir().isEmpty()) std::cerr << m_cups.errorLog().right(4000).toStdString();
+    }
+
+    bool addPrinterQueue(const QString& name)
+    {
+        const bool added = m_cups.addRawQueue(name, CupsdHarness::socketUri(m_printer->port()));
+        EXPECT_TRUE(added) << m_cups.error().toStdString();
+        return added;
+    }
+
+    bool waitForJobState(int jobId, int state)
+    {
+        for (int i = 0; i < 1000; ++i) {
+            if (m_cups.jobState(jobId) == state) return true;
+            std::this_thread::sleep_for(10ms);
+        }
+        return false;
+    }
+
+    QStringList savedJobs() const { return QDir(m_out.path()).entryList({"job-*.bin"}, QDir::Files); }
+    QByteArray savedJob(int number) const
+    {
+        QFile file(m_out.filePath(QString::asprintf("job-%04d.bin", number)));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+    }
+
+    // Prints on this thread and expects the job to arrive, alone after `before` earlier jobs.
+    void expectPrintsAfter(const QString& queue, const QByteArray& bytes, int before)
+    {
+        Outcome outcome;
+        PrintServics::printBySystemPrinter(queue, "receipt", Document(bytes), outcome.callback());
+        EXPECT_EQ(outcome.calls, 1);
+        EXPECT_TRUE(outcome.done);
+        ASSERT_TRUE(m_printer->waitForJobs(before + 1, 10s));
+        EXPECT_EQ(savedJob(before + 1), bytes);
+    }
+
+    CupsdHarness m_cups;
+    QTemporaryDir m_out;
+    std::unique_ptr<virtual_printer::VirtualPrinter> m_printer;
+};
+
+}  // namespace
+
+TEST_F(CupsSpooler, RecordsCarryQueueNameDriverAndPortNamedAfterTheDevice)
+{
+    ASSERT_TRUE(m_cups.addRawQueue("A-usb", "usb://Vendor/Model?serial=1")) << m_cups.error().toStdString();
+    ASSERT_TRUE(m_cups.addRawQueue("B-lpt", "parallel:/dev/lp0")) << m_cups.error().toStdString();
+    ASSERT_TRUE(m_cups.addRawQueue("C-com", "serial:/dev/ttyS0?baud=9600")) << m_cups.error().toStdString();
+    ASSERT_TRUE(addPrinterQueue("D-socket"));
+    ASSERT_TRUE(m_cups.addRawQueue("E-ipp", "ipp://printer.example/ipp/print")) << m_cups.error().toStdString();
+
+    int count = 0;
+    PRINTER_INFO_2W* infos = nullptr;
+    ASSERT_TRUE(PrintServics::printerInfo2List(count, infos));
+    ASSERT_EQ(count, 5);
+    const QStringList names{"A-usb", "B-lpt", "C-com", "D-socket", "E-ipp"};
+    const QStringList ports{"USB001", "LPT1", "COM1", "IP_127.0.0.1", "IP_printer.example"};
+    for (int i = 0; i < count; ++i) {
+        EXPECT_EQ(infos[i].pPrinterName, names[i]);
+        EXPECT_EQ(infos[i].pPortName, ports[i]) << names[i].toStdString();
+        EXPECT_EQ(infos[i].pDriverName, "Local Raw Printer");
+        EXPECT_EQ(infos[i].Attributes, 0u);
+    }
+    PrintServics::freePrinterInfo2List(infos);
+
+    using namespace systemif::win;
+    const auto key = RegKey::getExistKey(HKEY_LOCAL_MACHINE, kStandardTcpIpPortsKey, KEY_READ);
+    ASSERT_TRUE(key);
+    EXPECT_EQ(key->subKeyNames(), (QStringList{"IP_127.0.0.1", "IP_printer.example"}));
+    EXPECT_EQ(key->subKey("IP_127.0.0.1")->value("IPAddress")->toString(""), "127.0.0.1");
+    EXPECT_EQ(key->subKey("IP_127.0.0.1")->value("PortNumber")->toInt(0), m_printer->port());
+    EXPECT_EQ(key->subKey("IP_printer.example")->value("HostName")->toString(""), "printer.example");
+    EXPECT_EQ(key->subKey("IP_printer.example")->value("PortNumber")->toInt(0), 631);
+}
+
+TEST_F(CupsSpooler, RawJobArrivesByteExactAndIsReportedDone)
+{
+    ASSERT_TRUE(addPrinterQueue("Kitchen"));
+    QByteArray bytes;
+    for (int i = 0; i < 4096; ++i) bytes.append(char(i % 256));  // every byte value, NUL included
+    Outcome outcome;
+    const int id = PrintServics::printBySystemPrinter("Kitchen", "receipt", Document(bytes), outcome.callback());
+    EXPECT_GT(id, 0);
+    EXPECT_EQ(outcome.calls, 1);
+    EXPECT_EQ(outcome.jobId, id);
+    EXPECT_TRUE(outcome.done);
+    ASSERT_TRUE(m_printer->waitForJobs(1, 10s));
+    EXPECT_EQ(savedJob(1), bytes);
+}
+
+TEST_F(CupsSpooler, StoppedQueueWorksOfflineAndItsJobIsCancelledNotPrintedLater)
+{
+    ASSERT_TRUE(addPrinterQueue("Kitchen"));
+    ASSERT_TRUE(m_cups.stopQueue("Kitchen")) << m_cups.error().toStdString();
+    PRINTER_INFO_2W* info = nullptr;
+    ASSERT_TRUE(PrintServics::queryPrinterInfo2("Kitchen", info));
+    EXPECT_EQ(info->Attributes & PRINTER_ATTRIBUTE_WORK_OFFLINE, PRINTER_ATTRIBUTE_WORK_OFFLINE);
+    PrintServics::freePrinterInfo2(info);
+
+    Outcome outcome;
+    const int id = PrintServics::printBySystemPrinter("Kitchen", "receipt", Document("held", 4), outcome.callback());
+    EXPECT_EQ(outcome.calls, 1);
+    EXPECT_FALSE(outcome.done);
+    EXPECT_EQ(m_cups.jobState(id), kIppJobCanceled);
+
+    ASSERT_TRUE(m_cups.startQueue("Kitchen")) << m_cups.error().toStdString();
+    expectPrintsAfter("Kitchen", "after restart", 0);
+    EXPECT_EQ(savedJobs(), QStringList{"job-0001.bin"});
+}
+
+TEST_F(CupsSpooler, RejectingQueueWorksOfflineAndRefusesTheJob)
+{
+    ASSERT_TRUE(addPrinterQueue("Kitchen"));
+    ASSERT_TRUE(m_cups.rejectJobs("Kitchen")) << m_cups.error().toStdString();
+    PRINTER_INFO_2W* info = nullptr;
+    ASSERT_TRUE(PrintServics::queryPrinterInfo2("Kitchen", info));
+    EXPECT_EQ(info->Attributes & PRINTER_ATTRIBUTE_WORK_OFFLINE, PRINTER_ATTRIBUTE_WORK_OFFLINE);
+    PrintServics::freePrinterInfo2(info);
+    Outcome outcome;
+    EXPECT_EQ(PrintServics::printBySystemPrinter("Kitchen", "receipt", Document("x", 1), outcome.callback()), 0);
+    EXPECT_EQ(outcome.calls, 1);
+    EXPECT_FALSE(outcome.done);
+}
+
+TEST_F(CupsSpooler, UnknownPrinterGetsNoJob)
+{
+    Outcome outcome;
+    EXPECT_EQ(PrintServics::printBySystemPrinter("Nowhere", "receipt", Document("x", 1), outcome.callback()), 0);
+    EXPECT_EQ(outcome.calls, 1);
+    EXPECT_FALSE(outcome.done);
+    PRINTER_INFO_2W* info = nullptr;
+    EXPECT_FALSE(PrintServics::queryPrinterInfo2("Nowhere", info));
+}
+
+TEST_F(CupsSpooler, JobToARefusingPrinterIsCancelledWhenItsWorkerIsKilledAndNeverArrives)
+{
+    ASSERT_TRUE(addPrinterQueue("Kitchen"));
+    ASSERT_TRUE(m_printer->setRefuse(true));
+    const int descriptors = openDescriptors();
+    {
+        Worker worker("Kitchen", "never");
+        worker.start();
+        ASSERT_TRUE(waitForJobState(1, kIppJobProcessing)) << "the backend keeps trying to connect";
+        worker.terminate();
+        ASSERT_TRUE(worker.wait(10000));
+        EXPECT_EQ(worker.slot.cancel(), PrintJobSlot::Outcome::Cancelled);
+        EXPECT_EQ(worker.outcome.calls, 0) << "the killer reports, not the killed";
+    }
+    EXPECT_EQ(openDescriptors(), descriptors) << "the killed worker's connection is closed";
+    EXPECT_EQ(m_cups.jobState(1), kIppJobCanceled);
+
+    std::string error;
+    ASSERT_TRUE(m_printer->setRefuse(false, &error)) << error;
+    expectPrintsAfter("Kitchen", "next order", 0);
+    EXPECT_EQ(savedJobs(), QStringList{"job-0001.bin"});
+}
+
+TEST_F(CupsSpooler, JobToAHangingPrinterIsCancelledWhenItsWorkerIsKilledAndNothingArrivesAfterwards)
+{
+    ASSERT_TRUE(addPrinterQueue("Kitchen"));
+    m_printer->setHang(true);
+    // More than the loopback socket buffers hold, so that the backend blocks on the silent printer.
+    const QByteArray large(32 * 1024 * 1024, 'x');
+    {
+        Worker worker("Kitchen", large);
+        worker.start();
+        ASSERT_TRUE(m_printer->waitForConnections(1, 20s));
+        ASSERT_TRUE(waitForJobState(1, kIppJobProcessing));
+        worker.terminate();
+        ASSERT_TRUE(worker.wait(10000));
+        EXPECT_EQ(worker.slot.cancel(), PrintJobSlot::Outcome::Cancelled);
+        EXPECT_EQ(worker.outcome.calls, 0);
+    }
+    EXPECT_TRUE(waitForJobState(1, kIppJobCanceled));
+    m_printer->setHang(false);
+    expectPrintsAfter("Kitchen", "next order", 0);
+    EXPECT_EQ(savedJobs(), QStringList{"job-0001.bin"});
+}
+
+TEST_F(CupsSpooler, CancelAfterTheWorkerReportedThePrintedJobSaysAlreadyReported)
+{
+    ASSERT_TRUE(addPrinterQueue("Kitchen"));
+    Worker worker("Kitchen", "printed");
+    worker.start();
+    ASSERT_TRUE(worker.wait(20000));
+    EXPECT_EQ(worker.outcome.calls, 1);
+    EXPECT_TRUE(worker.outcome.done);
+    EXPECT_EQ(worker.slot.cancel(), PrintJobSlot::Outcome::AlreadyReported);
+    ASSERT_TRUE(m_printer->waitForJobs(1, 10s));
+    EXPECT_EQ(savedJob(1), "printed");
+}

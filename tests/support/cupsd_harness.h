@@ -1,0 +1,75 @@
+#pragma once
+// A private CUPS scheduler for tests: its own cupsd, configured in a fresh temporary directory and reached
+// only through DIR/cups.sock, so tests never see or touch the machine's printers.
+//
+//   test_support::CupsdHarness cups;
+//   if (!test_support::CupsdHarness::unavailableReason().isEmpty()) GTEST_SKIP() << ...;
+//   ASSERT_TRUE(cups.start()) << cups.error().toStdString();
+//   ASSERT_TRUE(cups.addRawQueue("Kitchen", CupsdHarness::socketUri(printer.port())));
+//
+// While it runs, CUPS_SERVER names its socket, so every CUPS client of the process (and of the programs it
+// starts) talks to it. Queues are raw: jobs reach the device byte for byte. The socket backend normally
+// waits up to 90 s after the data for the printer to close the connection; socketUri asks it not to wait.
+// Works as root (cupsd runs its backends as the "lp" user, so the directory is made world-readable).
+
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <memory>
+
+namespace test_support {
+
+class CupsdHarness {
+public:
+    // Why the harness cannot run on this machine ("cupsd not found"); empty when it can.
+    static QString unavailableReason();
+    // The device URI of a raw socket printer on 127.0.0.1:port that does not wait for the printer to
+    // close the connection after the data.
+    static QString socketUri(int port);
+
+    CupsdHarness();
+    // Stops cupsd if it runs.
+    ~CupsdHarness();
+    CupsdHarness(const CupsdHarness&) = delete;
+    CupsdHarness& operator=(const CupsdHarness&) = delete;
+
+    // Writes the configuration, starts cupsd and waits until it answers on its socket. False, with
+    // error() saying why, when it does not come up.
+    bool start();
+    // Stops cupsd (SIGTERM, then SIGKILL after a grace period) and restores CUPS_SERVER.
+    void stop();
+
+    QString dir() const;
+    QString socketPath() const;
+    QString error() const { return m_error; }
+    // The scheduler's error log, for failure messages.
+    QString errorLog() const;
+
+    // lpadmin -p NAME -E -v URI -m raw: an enabled raw queue that accepts jobs.
+    bool addRawQueue(const QString& name, const QString& deviceUri);
+    bool deleteQueue(const QString& name);
+    // cupsdisable / cupsenable: the queue holds its jobs, or prints them again.
+    bool stopQueue(const QString& name);
+    bool startQueue(const QString& name);
+    // cupsreject / cupsaccept: the queue refuses new jobs, or takes them again.
+    bool rejectJobs(const QString& name);
+    bool acceptJobs(const QString& name);
+    // The IPP job-state of a job (3 pending ... 7 canceled, 8 aborted, 9 completed); 0 when unknown.
+    int jobState(int jobId) const;
+
+private:
+    bool runTool(const QString& program, const QStringList& arguments);
+    bool writeConfiguration();
+    bool waitUntilAnswering();
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QProcess m_cupsd;
+    QString m_error;
+    QByteArray m_previousServer;
+    bool m_hadPreviousServer = false;
+    bool m_running = false;
+};
+
+}  // namespace test_support
