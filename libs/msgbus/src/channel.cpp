@@ -65,27 +65,24 @@ bool Channel::handOver(const Frames& frames, std::chrono::milliseconds timeout)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     const Clock::time_point deadline = Clock::now() + timeout;
-    bool taken = false;
     try {
         zmq::socket_t& out = socket();
-        if (waitFor(ZMQ_POLLOUT, deadline)) {
-            const std::uint64_t sequence = ++m_sequence;
-            const std::string head = wire::encodeSequence(sequence);
-            // Once the first frame is accepted, ZeroMQ takes the rest of the message as a whole.
-            if (out.send(zmq::buffer(head), zmq::send_flags::sndmore | zmq::send_flags::dontwait)) {
-                for (std::size_t i = 0; i < frames.size(); ++i) {
-                    const auto more = i + 1 < frames.size() ? zmq::send_flags::sndmore : zmq::send_flags::none;
-                    out.send(zmq::buffer(frames[i]), more | zmq::send_flags::dontwait);
-                }
-                taken = awaitAnswer(sequence, deadline);
-            }
+        if (!waitFor(ZMQ_POLLOUT, deadline)) return false;  // no broker connected: nothing was sent
+        const std::uint64_t sequence = ++m_sequence;
+        const std::string head = wire::encodeSequence(sequence);
+        // Once the first frame is accepted, ZeroMQ takes the rest of the message as a whole.
+        if (!out.send(zmq::buffer(head), zmq::send_flags::sndmore | zmq::send_flags::dontwait)) return false;
+        for (std::size_t i = 0; i < frames.size(); ++i) {
+            const auto more = i + 1 < frames.size() ? zmq::send_flags::sndmore : zmq::send_flags::none;
+            out.send(zmq::buffer(frames[i]), more | zmq::send_flags::dontwait);
         }
+        // Without an answer in time the connection is kept all the same: a message the broker is holding
+        // back must not be overtaken by this thread's next one on a fresh connection.
+        return awaitAnswer(sequence, deadline);
     } catch (const zmq::error_t&) {
-        taken = false;  // a bad endpoint, or the context shutting down at exit
+        m_socket.reset();  // a bad endpoint, or the context shutting down at exit
+        return false;
     }
-    // After a failure the socket may still hold the message or owe an answer: start afresh next time.
-    if (!taken) m_socket.reset();
-    return taken;
 }
 
 }  // namespace MsgBusNameSpace

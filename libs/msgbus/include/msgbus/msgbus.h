@@ -54,9 +54,9 @@ public:
     // Hands the frames (topic first, at least one frame) to the broker and waits up to timeoutMs (negative:
     // kDefaultTimeout) for its acknowledgement. True when the broker took the message. False, without
     // retrying, when frames is empty, the kind is not kHandOver, the broker cannot be reached or it does not
-    // answer in time. A message the broker has not received is dropped then, never queued for later (one it
-    // did receive but answered too late may still be published). The callback, when given, gets the result.
-    // Messages that one thread sends arrive in the order it sent them.
+    // answer in time. A message that never reached the broker is dropped then, never queued for later; one
+    // that reached it but was answered too late may still be published, in its place in the order. The
+    // callback, when given, gets the result. Messages that one thread sends arrive in the order it sent them.
     bool SendMsg(const Frames& frames, int timeoutMs, const ReplyCallback& reply);
 
     int kind() const { return m_kind; }
