@@ -11,6 +11,7 @@
 
 #include <ostream>
 #include <random>
+#include <thread>
 
 // Pictures show up in failure messages by size and ink, not as raw bytes.
 void PrintTo(const QImage& image, std::ostream* out) {
@@ -129,6 +130,28 @@ TEST(RenderPaper, RandomBytesRenderOrFailWithAMessage) {
     }
 }
 
+// Streams of real command prefixes with random arguments reach far more branches than plain noise does.
+TEST(RenderPaper, RandomCommandSequencesRenderOrFailWithAMessage) {
+    std::mt19937 random(7);
+    const QByteArray prefixes[] = {bytes("\x1b"), bytes("\x1d"), bytes("\x1c"), bytes("\x10"),
+                                   bytes("\x1d\x21"), bytes("\x1b\x21"), bytes("\x1b\x61"),
+                                   bytes("\x1d\x6b\x49"), bytes("\x1d\x6b\x49\x06{C"), bytes("\x1d\x56"),
+                                   bytes("\x1b\x64"), bytes("\x1b\x4a"), bytes("\x1d\x68"), bytes("\x1d\x77"),
+                                   bytes("\x1d\x76\x30\x00"), bytes("\x1d\x28"), bytes("\x1b\x26\x03"),
+                                   bytes("\n"), bytes("\xe4\xb8\xad"), bytes("Abc 12.50")};
+    for (int round = 0; round < 200; ++round) {
+        QByteArray stream;
+        for (int piece = 0; piece < 300; ++piece) {
+            stream += prefixes[random() % std::size(prefixes)];
+            for (int i = int(random() % 4); i > 0; --i) stream += char(random() % 4 == 0 ? random() : random() % 8);
+        }
+        QString error;
+        const QImage image = render(stream, Options(), &error);
+        ASSERT_TRUE(!image.isNull() || !error.isEmpty()) << stream.toHex().toStdString();
+        EXPECT_LE(image.height(), kMaxHeightDots);
+    }
+}
+
 TEST(RenderPaper, ReadsUtf8AndGb18030Alike) {
     // 中文 ￥12.50 [备注] centred, then a bold run.
     const QByteArray utf8 = bytes("\x1b\x61\x01\xe4\xb8\xad\xe6\x96\x87 \xef\xbf\xa5" "12.50 [\xe5\xa4\x87\xe6\xb3\xa8]\n"
@@ -155,6 +178,17 @@ TEST(RenderPaper, ScaleMultipliesEveryDot) {
     for (int y = 0; y < one.height(); ++y)
         for (int x = 0; x < one.width(); ++x)
             ASSERT_EQ(black(three, 3 * x + 2, 3 * y + 1), black(one, x, y)) << x << "," << y;
+}
+
+TEST(RenderPaper, RendersOnSeveralThreadsAtOnce) {
+    const QByteArray stream = bytes("\x1b\x61\x01\x1d\x21\x11\xe5\xae\x8c\x1d\x21\x00\n" "Total 12.50\n");
+    const QImage expected = draw(stream);
+    std::vector<QImage> images(4);
+    std::vector<std::thread> threads;
+    for (QImage& image : images)
+        threads.emplace_back([&image, &stream] { image = render(stream, Options(), nullptr); });
+    for (std::thread& thread : threads) thread.join();
+    for (const QImage& image : images) EXPECT_EQ(image, expected);
 }
 
 TEST(RenderErrors, SaysWhyNothingWasDrawn) {
