@@ -1,0 +1,119 @@
+// The print-settings readers: the fields they take, the codes they give and where they stop.
+
+#include "byte_test_support.h"
+
+#include "print_settings_parser_p.h"
+
+#include <cjson/cJSON.h>
+
+#include <climits>
+#include <memory>
+
+namespace {
+
+struct JsonDeleter {
+    void operator()(cJSON* json) const { cJSON_Delete(json); }
+};
+using Json = std::unique_ptr<cJSON, JsonDeleter>;
+
+Json parse(const char* text)
+{
+    Json json(cJSON_Parse(text));
+    EXPECT_NE(json, nullptr) << text;
+    return json;
+}
+
+// Reads the order settings of text; the record is freed when the test ends.
+struct Settings {
+    explicit Settings(const char* text) : json(parse(text)) { code = read_print_settings(&record, json.get()); }
+    ~Settings() { free_print_settings(&record); }
+    Json json;
+    EnginePrintSettings* record = nullptr;
+    EngineError code = ENGINE_OK;
+};
+
+TEST(PrintSettingsReader, TakesEveryKnownKey)
+{
+    Settings s(R"({"width":"80mm","style":"small","number_of_copies":2,"lines_between_copies":"large",
+                   "isPrintBarcodeEnabled":true,"unknown":1})");
+    ASSERT_EQ(s.code, ENGINE_OK);
+    EXPECT_STREQ(s.record->width, "80mm");
+    EXPECT_STREQ(s.record->style, "small");
+    EXPECT_EQ(s.record->number_of_copies, 2);
+    EXPECT_STREQ(s.record->lines_between_copies, "large");
+    EXPECT_EQ(s.record->isPrintBarcodeEnabled, 1);
+}
+
+TEST(PrintSettingsReader, RejectsUnknownWidthsAndStylesAndStopsThere)
+{
+    Settings style(R"({"style":"large","width":"58mm"})");
+    EXPECT_EQ(style.code, ENGINE_ERROR_PRINT_STYLE);
+    ASSERT_NE(style.record, nullptr);  // handed over for freeing even on a code
+    EXPECT_EQ(style.record->width, nullptr);
+
+    EXPECT_EQ(Settings(R"({"width":"A4"})").code, ENGINE_ERROR_PAPER_WIDTH);
+    EXPECT_EQ(Settings(R"({"width":"58MM"})").code, ENGINE_ERROR_PAPER_WIDTH);
+    EXPECT_EQ(Settings(R"({"width":58})").code, ENGINE_ERROR_PAPER_WIDTH);
+    EXPECT_EQ(Settings(R"({"width":"58mm","width":"76mm"})").code, ENGINE_ERROR_PAPER_WIDTH);
+}
+
+TEST(PrintSettingsReader, StoresTheTypeTagOfTheBarcodeSwitch)
+{
+    EXPECT_EQ(Settings(R"({"isPrintBarcodeEnabled":true})").record->isPrintBarcodeEnabled, 1);
+    EXPECT_EQ(Settings(R"({"isPrintBarcodeEnabled":false})").record->isPrintBarcodeEnabled, 0);
+    EXPECT_EQ(Settings(R"({})").record->isPrintBarcodeEnabled, 0);
+    EXPECT_EQ(Settings(R"({"isPrintBarcodeEnabled":null})").record->isPrintBarcodeEnabled, 2);
+    EXPECT_EQ(Settings(R"({"isPrintBarcodeEnabled":0})").record->isPrintBarcodeEnabled, 3);
+    EXPECT_EQ(Settings(R"({"isPrintBarcodeEnabled":"false"})").record->isPrintBarcodeEnabled, 4);
+    EXPECT_EQ(Settings(R"({"isPrintBarcodeEnabled":[]})").record->isPrintBarcodeEnabled, 5);
+    EXPECT_EQ(Settings(R"({"isPrintBarcodeEnabled":{}})").record->isPrintBarcodeEnabled, 6);
+}
+
+TEST(PrintSettingsReader, KeepsOnlyStringsAsText)
+{
+    Settings s(R"({"lines_between_copies":1,"style":"normal"})");
+    EXPECT_EQ(s.code, ENGINE_OK);
+    EXPECT_EQ(s.record->lines_between_copies, nullptr);
+    EXPECT_STREQ(Settings(R"({"lines_between_copies":"1"})").record->lines_between_copies, "1");
+}
+
+TEST(PrintSettingsReader, TakesTheIntegerFormOfTheCopies)
+{
+    EXPECT_EQ(Settings(R"({"number_of_copies":2.9})").record->number_of_copies, 2);
+    EXPECT_EQ(Settings(R"({"number_of_copies":-2.9})").record->number_of_copies, -2);
+    EXPECT_EQ(Settings(R"({"number_of_copies":1e12})").record->number_of_copies, INT_MAX);
+    EXPECT_EQ(Settings(R"({"number_of_copies":true})").record->number_of_copies, 1);
+    EXPECT_EQ(Settings(R"({"number_of_copies":"3"})").record->number_of_copies, 0);
+}
+
+TEST(PrintSettingsReader, NeedsARecordAddressAndAnObject)
+{
+    Json json = parse("{}");
+    EnginePrintSettings* record = nullptr;
+    EXPECT_EQ(read_print_settings(&record, nullptr), ENGINE_ERROR_SETTINGS_JSON);
+    EXPECT_EQ(read_print_settings(nullptr, json.get()), ENGINE_ERROR_SETTINGS_JSON);
+    EngineSummaryPrintSettings* summary = nullptr;
+    EXPECT_EQ(read_summary_print_settings(&summary, nullptr), ENGINE_ERROR_SETTINGS_JSON);
+    EXPECT_EQ(record, nullptr);
+    EXPECT_EQ(summary, nullptr);
+}
+
+TEST(SummaryPrintSettingsReader, ReadsWidthAndCopiesAndAlwaysFeedsFiveLines)
+{
+    Json ok = parse(R"({"number_of_copies":1,"width":"80mm","style":"large"})");
+    EngineSummaryPrintSettings* record = nullptr;
+    ASSERT_EQ(read_summary_print_settings(&record, ok.get()), ENGINE_OK);  // style is not its business
+    EXPECT_STREQ(record->width, "80mm");
+    EXPECT_EQ(record->number_of_copies, 1);
+    EXPECT_EQ(record->feed_lines, 5);
+    free_summary_print_settings(&record);
+    EXPECT_EQ(record, nullptr);
+
+    Json bad = parse(R"({"width":"A4","number_of_copies":3})");
+    ASSERT_EQ(read_summary_print_settings(&record, bad.get()), ENGINE_ERROR_PAPER_WIDTH);
+    EXPECT_EQ(record->number_of_copies, 0);  // the walk stopped at the width
+    EXPECT_EQ(record->feed_lines, 5);
+    free_summary_print_settings(&record);
+}
+
+}  // namespace
