@@ -77,7 +77,6 @@ CommandStream Reader::run() {
         }
         if (!length || *length > size_ - pos_) {
             // A command the stream does not finish; commands emit only once their bytes are all there.
-            stream_.truncated = true;
             break;
         }
         pos_ += *length;

@@ -35,12 +35,11 @@ struct Command {
 
 struct CommandStream {
     std::vector<Command> commands;
-    bool truncated = false; // the stream ended inside a command, which was dropped
 };
 
 // Splits a printer byte stream into commands and text runs. Never fails: NUL, other control bytes and
-// commands the preview does not draw are skipped by their lengths, and an unknown ESC, GS or FS command
-// is taken as two bytes long.
+// commands the preview does not draw are skipped by their lengths, an unknown ESC, GS or FS command is
+// taken as two bytes long, and a command that the stream ends inside is dropped with all that follows.
 CommandStream readCommands(const QByteArray& bytes);
 
 } // namespace receipt_preview

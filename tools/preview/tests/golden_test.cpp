@@ -91,7 +91,8 @@ TEST_P(GoldenReceipt, MatchesItsReferencePicture) {
     const GoldenCase& golden = GetParam();
     const QImage actual = draw(engineStream(golden), optionsFor(golden));
     ASSERT_FALSE(actual.isNull());
-    const QString reference = QDir(QStringLiteral(SB_REFERENCE_DIR)).filePath(QString::fromLatin1(golden.name) + ".png");
+    const QString name = QString::fromLatin1(golden.name);
+    const QString reference = QDir(QStringLiteral(SB_REFERENCE_DIR)).filePath(name + ".png");
     if (qgetenv("SB_UPDATE_REFERENCES") == "1") {
         ASSERT_TRUE(actual.save(reference, "PNG")) << reference.toStdString();
         GTEST_SKIP() << "wrote " << reference.toStdString() << "; look at it before committing it";
@@ -101,7 +102,7 @@ TEST_P(GoldenReceipt, MatchesItsReferencePicture) {
                                     << "; make it with SB_UPDATE_REFERENCES=1";
     const PictureDifference difference = comparePictures(actual, expected);
     if (!difference.withinTolerance()) {
-        const QString saved = QDir(QStringLiteral(SB_ACTUAL_DIR)).filePath(QString::fromLatin1(golden.name) + ".actual.png");
+        const QString saved = QDir(QStringLiteral(SB_ACTUAL_DIR)).filePath(name + ".actual.png");
         actual.save(saved, "PNG");
         ADD_FAILURE() << difference.describe().toStdString() << "\n  reference " << reference.toStdString() << " ("
                       << expected.width() << "x" << expected.height() << ")\n  drawn     " << saved.toStdString()

@@ -154,7 +154,8 @@ TEST(RenderPaper, RandomCommandSequencesRenderOrFailWithAMessage) {
 
 TEST(RenderPaper, ReadsUtf8AndGb18030Alike) {
     // 中文 ￥12.50 [备注] centred, then a bold run.
-    const QByteArray utf8 = bytes("\x1b\x61\x01\xe4\xb8\xad\xe6\x96\x87 \xef\xbf\xa5" "12.50 [\xe5\xa4\x87\xe6\xb3\xa8]\n"
+    const QByteArray utf8 = bytes("\x1b\x61\x01\xe4\xb8\xad\xe6\x96\x87 \xef\xbf\xa5"
+                                  "12.50 [\xe5\xa4\x87\xe6\xb3\xa8]\n"
                                   "\x1b\x45\x01\xe5\xae\x8c\x1b\x45\x00\n");
     const QByteArray gb18030 = spoolerDocument(utf8);
     ASSERT_EQ(gb18030.count('\0'), 2);
