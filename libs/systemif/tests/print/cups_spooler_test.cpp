@@ -6,6 +6,8 @@
 #include "cupsd_harness.h"
 #include "virtual_printer/virtual_printer.h"
 
+#include "thread_kill.h"
+
 #include <gtest/gtest.h>
 
 #include <QDir>
@@ -222,6 +224,7 @@ TEST_F(CupsSpooler, UnknownPrinterGetsNoJob)
 
 TEST_F(CupsSpooler, JobToARefusingPrinterIsCancelledWhenItsWorkerIsKilledAndNeverArrives)
 {
+    SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();
     ASSERT_TRUE(addPrinterQueue("Kitchen"));
     ASSERT_TRUE(m_printer->setRefuse(true));
     const int descriptors = openDescriptors();
@@ -245,6 +248,7 @@ TEST_F(CupsSpooler, JobToARefusingPrinterIsCancelledWhenItsWorkerIsKilledAndNeve
 
 TEST_F(CupsSpooler, JobToAHangingPrinterIsCancelledWhenItsWorkerIsKilledAndNothingArrivesAfterwards)
 {
+    SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();
     ASSERT_TRUE(addPrinterQueue("Kitchen"));
     m_printer->setHang(true);
     // More than the loopback socket buffers hold, so that the backend blocks on the silent printer.

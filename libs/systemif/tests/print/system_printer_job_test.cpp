@@ -3,6 +3,8 @@
 #include "systemif/print.h"
 #include "systemif/print_fake.h"
 
+#include "thread_kill.h"
+
 #include <gtest/gtest.h>
 
 #include <QThread>
@@ -154,6 +156,7 @@ TEST_F(SystemPrinterJob, SpoolerThatStopsAnsweringEndsTheWaitNotDone)
 
 TEST_F(SystemPrinterJob, KilledWorkersJobIsCancelledAndLeftToTheWatchdogToReport)
 {
+    SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();
     fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
     Worker worker("Kitchen", bytes, reports);
     worker.start();
@@ -168,6 +171,7 @@ TEST_F(SystemPrinterJob, KilledWorkersJobIsCancelledAndLeftToTheWatchdogToReport
 
 TEST_F(SystemPrinterJob, JobThatPrintedBeforeTheCancelIsReportedCompleted)
 {
+    SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();
     fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
     Worker worker("Kitchen", bytes, reports);
     worker.start();
@@ -210,6 +214,7 @@ TEST_F(SystemPrinterJob, CancelWithNothingSubmittedIsNoJob)
 
 TEST_F(SystemPrinterJob, CancelTheSpoolerCannotTakeIsReportedAsFailed)
 {
+    SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();
     fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
     Worker worker("Kitchen", bytes, reports);
     worker.start();
