@@ -15,7 +15,7 @@ Channel::~Channel() { close(); }
 
 void Channel::close()
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
+    std::lock_guard<std::timed_mutex> lock(m_mutex);
     m_socket.reset();
 }
 
@@ -63,8 +63,11 @@ bool Channel::awaitAnswer(std::uint64_t sequence, Clock::time_point deadline)
 
 bool Channel::handOver(const Frames& frames, std::chrono::milliseconds timeout)
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
+    // The timeout covers the wait for other threads' hand-overs too, so a missing broker fails each sender
+    // in its own time rather than one after another.
     const Clock::time_point deadline = Clock::now() + timeout;
+    std::unique_lock<std::timed_mutex> lock(m_mutex, deadline);
+    if (!lock.owns_lock()) return false;
     try {
         zmq::socket_t& out = socket();
         if (!waitFor(ZMQ_POLLOUT, deadline)) return false;  // no broker connected: nothing was sent

@@ -34,7 +34,7 @@ private:
     const std::string m_endpoint;
     // m_mutex guards the members below it. One hand-over at a time: a thread's messages leave in its order,
     // and a ZeroMQ socket is only ever used by one thread at a time.
-    std::mutex m_mutex;
+    std::timed_mutex m_mutex;
     std::optional<zmq::socket_t> m_socket;  // made on first use, dropped when ZeroMQ reports an error
     std::uint64_t m_sequence = 0;
 };

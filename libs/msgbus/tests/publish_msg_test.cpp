@@ -17,7 +17,7 @@ using utility_business::ipc_define::PublishMsg;
 
 TEST(PublishMsgText, IsOneCompactJsonObjectWithArgumentsInOrder)
 {
-    PublishMsg message(QStringLiteral("networkHasChanged"), QStringLiteral("notification"));
+    PublishMsg message(QStringLiteral("networkHasChanged"), QStringLiteral("request"));
     message.setType(QStringLiteral("notification"));
     message.addArgument(1);
     message.addArgument(4);
@@ -39,14 +39,6 @@ TEST(PublishMsgText, KeepsEachArgumentsJsonType)
     EXPECT_TRUE(arguments[1].isBool());
     EXPECT_TRUE(arguments[2].isNull());
     EXPECT_EQ(arguments[3].toDouble(), 2.5);
-}
-
-TEST(PublishMsgText, SetTypeReplacesTheType)
-{
-    PublishMsg message(QStringLiteral("closeApp"), QStringLiteral("request"));
-    message.setType(QStringLiteral("notification"));
-    EXPECT_EQ(message.type(), QStringLiteral("notification"));
-    EXPECT_TRUE(message.toString().contains(QStringLiteral(R"("type":"notification")")));
 }
 
 TEST(PublishMsgParse, ReadsBackWhatWasWritten)

@@ -16,6 +16,7 @@ namespace MsgBusNameSpace {
 class Subscriber {
 public:
     // Connects to tcp://host:port, the broker's serving port (utility_business::Config::serverRecvPort).
+    // Throws zmq::error_t when ZeroMQ refuses the endpoint; a broker that is not there yet is no error.
     Subscriber(zmq::context_t& context, const std::string& host, int port);
 
     // Subscribes to the topic and waits until the broker confirms that the subscription is in force: every
