@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -38,10 +39,6 @@ private:
     std::optional<zmq::socket_t> m_socket;  // made on first use, dropped when ZeroMQ reports an error
     std::uint64_t m_sequence = 0;
 };
-
-}  // namespace MsgBusNameSpace
-
-namespace MsgBusNameSpace {
 
 // The process's shared channel to the broker at endpoint, on MsgBus::GetContext(); made on first use.
 std::shared_ptr<Channel> sharedChannel(const std::string& endpoint);
