@@ -23,7 +23,6 @@ class CupsConnection {
 public:
     CupsConnection()
     {
-        NoCancelScope noCancel;
         m_http = httpConnect2(cupsServer(), ippPort(), nullptr, AF_UNSPEC, cupsEncryption(), 1, kConnectTimeoutMs,
                               nullptr);
         // Without a callback, an exchange that hears nothing for this long fails instead of waiting on.
@@ -41,11 +40,7 @@ public:
     explicit operator bool() const { return m_http != nullptr; }
 
     // Sends the request (which it consumes) and returns the response; null when the exchange failed.
-    IppPtr exchange(ipp_t* request) const
-    {
-        NoCancelScope noCancel;
-        return IppPtr(cupsDoRequest(m_http, request, "/"));
-    }
+    IppPtr exchange(ipp_t* request) const { return IppPtr(cupsDoRequest(m_http, request, "/")); }
 
 private:
     http_t* m_http = nullptr;
@@ -129,6 +124,7 @@ public:
 
     SpoolerJobState state() override
     {
+        NoCancelScope noCancel;
         switch (jobState(*m_connection, m_id)) {
         case IPP_JSTATE_PENDING:
         case IPP_JSTATE_HELD:
@@ -164,6 +160,7 @@ QString stringOf(ipp_attribute_t* attribute)
 
 bool CupsSpooler::queues(QList<SpoolerQueue>& queues)
 {
+    NoCancelScope noCancel;
     queues.clear();
     CupsConnection connection;
     if (!connection) return false;
@@ -216,28 +213,22 @@ bool CupsSpooler::queues(QList<SpoolerQueue>& queues)
 
 std::unique_ptr<SpoolerJob> CupsSpooler::createJob(const QString& printer, const QString& docName)
 {
+    NoCancelScope noCancel;
     auto connection = std::make_unique<CupsConnection>();
     if (!*connection) return nullptr;
     const QByteArray name = printer.toUtf8();
     const QByteArray title = docName.toUtf8();
-    int id = 0;
-    {
-        NoCancelScope noCancel;
-        id = cupsCreateJob(connection->http(), name.constData(), title.constData(), 0, nullptr);
-    }
+    const int id = cupsCreateJob(connection->http(), name.constData(), title.constData(), 0, nullptr);
     if (id <= 0) return nullptr;
     return std::make_unique<CupsJob>(std::move(connection), name, title, id);
 }
 
 SpoolerCancel CupsSpooler::cancel(const QString& printer, int jobId)
 {
+    NoCancelScope noCancel;
     CupsConnection connection;
     if (!connection) return SpoolerCancel::Failed;
-    ipp_status_t status;
-    {
-        NoCancelScope noCancel;
-        status = cupsCancelJob2(connection.http(), printer.toUtf8().constData(), jobId, 0);
-    }
+    const ipp_status_t status = cupsCancelJob2(connection.http(), printer.toUtf8().constData(), jobId, 0);
     if (status <= IPP_STATUS_OK_CONFLICTING) return SpoolerCancel::Cancelled;
     // Refused: the job has ended already, one way or the other.
     switch (jobState(connection, jobId)) {

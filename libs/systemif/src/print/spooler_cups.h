@@ -11,7 +11,8 @@ namespace print {
 
 // Every call opens a connection of its own (a job keeps its connection until it is destroyed), never
 // libcups' shared per-thread one, so a killed print worker takes nothing with it that others use. Calls
-// give up after a few seconds of silence from the scheduler.
+// run to their end even when their thread is being killed (see no_cancel.h) and give up after a few
+// seconds of silence from the scheduler, so a kill takes effect at most that much later.
 class CupsSpooler : public Spooler {
 public:
     bool queues(QList<SpoolerQueue>& queues) override;
