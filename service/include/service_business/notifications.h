@@ -1,0 +1,42 @@
+#pragma once
+// The notifications the service publishes to the client's other processes: the shop window of each
+// profile (topic: the profile id in decimal) and the launcher (topic "KM_LAUNCHER_NAME"). Each message is
+// published through a Sender of its own; a message the bus does not take is dropped, not retried.
+
+#include "service_business/export.h"
+
+#include "utility_business/utility_enum.h"
+
+#include <QString>
+
+namespace service_business {
+namespace utility {
+
+// "networkHasChanged" (error, value) to every profile.
+SERVICE_BUSINESS_EXPORT void notifyAppNetworkStatus(const utility_business::utility_enum::NetErrType& error,
+                                                    const int& value);
+// "printerHasChanged" (4) to the given profile: its set of enabled printers changed.
+SERVICE_BUSINESS_EXPORT void notifyAppPrinterEnabledStateChanged(int profileId);
+// "printerHasChanged" (the modification bits) to every profile.
+SERVICE_BUSINESS_EXPORT void notifyAppPrinterModification(
+    utility_business::utility_enum::PrinterModification modification);
+// "systemPrintCompleted" (text, done) to the topic `id`.
+SERVICE_BUSINESS_EXPORT void printOrderCallBack(int id, const QString& text, bool done);
+// "pushMsgToBrowser" (text) to the launcher, then to every profile.
+SERVICE_BUSINESS_EXPORT void pushMsgToAllBrowser(const QString& text);
+// The browser message "pc.print.printersHasChanged" to all, through pushMsgToAllBrowser.
+SERVICE_BUSINESS_EXPORT void pushPrintersHasChangedMsg();
+// The browser message "pc.profile.profilesHasChanged" to all, through pushMsgToAllBrowser.
+SERVICE_BUSINESS_EXPORT void pushProfilesHasChangedMsg();
+
+// Asks the profile's window to close: "closeApp" every 200 ms while the profile is marked in use, at most
+// 50 times. True when the profile is not in use afterwards, and at once for an unknown profile. Blocks
+// the calling thread for up to about 10 seconds.
+SERVICE_BUSINESS_EXPORT bool closeApp(int profileId);
+// Asks the launcher to close ("closeLauncher"), then sends "closeApp" to every profile every 200 ms for as
+// long as a shop-window process runs, with no limit: it returns only when the last one has gone. Writes
+// its progress to standard output.
+SERVICE_BUSINESS_EXPORT void closeRelationalExe();
+
+}  // namespace utility
+}  // namespace service_business

@@ -1,0 +1,43 @@
+#include "service_business/sender.h"
+
+#include "msgbus/msgbus.h"
+#include "utility_business/config.h"
+
+namespace service_business {
+
+namespace {
+// A negative timeout waits the bus's own default for the broker to take the message.
+const int kDefaultTimeout = -1;
+
+std::string topicText(int topic) { return std::to_string(topic); }
+}  // namespace
+
+Sender::Sender()
+    : m_sender(std::make_unique<MsgBusNameSpace::Sender>(MsgBusNameSpace::MsgBus::GetContext(), MsgBusNameSpace::Sender::kHandOver,
+                                                         utility_business::Config::get()->serverSendPort(),
+                                                         std::wstring()))
+{
+}
+
+Sender::~Sender() = default;
+
+bool Sender::sendData(const std::string& topic, const std::string& body)
+{
+    return m_sender && m_sender->SendMsg({topic, body}, kDefaultTimeout, nullptr);
+}
+
+bool Sender::sendData(int topic, const std::string& body) { return sendData(topicText(topic), body); }
+
+bool Sender::publishData(const QString& topic, const utility_business::ipc_define::PublishMsg& msg)
+{
+    Sender sender;
+    return sender.sendData(topic.toStdString(), msg.toString().toStdString());
+}
+
+bool Sender::publishData(int topic, const utility_business::ipc_define::PublishMsg& msg)
+{
+    Sender sender;
+    return sender.sendData(topic, msg.toString().toStdString());
+}
+
+}  // namespace service_business
