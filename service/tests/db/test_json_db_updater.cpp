@@ -352,14 +352,3 @@ TEST_F(SettingsWrites, LogsEveryWriteWithItsQualifiedNameAndArguments)
                                        "\narguments:\t" + c.arguments.toStdString());
     }
 }
-
-TEST_F(SettingsWrites, LogsTheSavesAfterTheWrite)
-{
-    log::Capture capture;
-    ASSERT_TRUE(updater()->updateUserConfig(1, UserConfig()));
-    std::vector<std::string> texts;
-    for (const log::Record& record : capture.records()) texts.push_back(record.text.substr(0, record.text.find('\n')));
-    EXPECT_EQ(texts, (std::vector<std::string>{"name:\tservice_business::json_db::Updater::updateUserConfig",
-                                               "name:\tservice_business::json_db::Updater::saveProfileSetting",
-                                               "name:\tservice_business::json_db::Updater::saveAppSetting"}));
-}
