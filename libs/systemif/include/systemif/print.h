@@ -55,7 +55,6 @@ struct PRINTER_INFO_2W {
 struct UsbDeviceDescriptor {
     unsigned short idVendor = 0;
     unsigned short idProduct = 0;
-    unsigned char bDeviceClass = 0;
 };
 
 // One attached USB device, as a value: it stays valid after later bus scans.

@@ -61,7 +61,6 @@ UsbDevice valueOf(const struct usb_bus* bus, struct usb_device* device)
     value.filename = QString::fromLocal8Bit(device->filename);
     value.descriptor.idVendor = device->descriptor.idVendor;
     value.descriptor.idProduct = device->descriptor.idProduct;
-    value.descriptor.bDeviceClass = device->descriptor.bDeviceClass;
     value.hasPrinterInterface = printerInterface(device).number >= 0;
     return value;
 }

@@ -153,6 +153,12 @@ TEST_F(CupsSpooler, RecordsCarryQueueNameDriverAndPortNamedAfterTheDevice)
     }
     PrintServics::freePrinterInfo2List(infos);
 
+    ASSERT_TRUE(m_cups.deleteQueue("A-usb")) << m_cups.error().toStdString();
+    ASSERT_TRUE(PrintServics::printerInfo2List(count, infos));
+    EXPECT_EQ(count, 4);
+    EXPECT_EQ(infos[0].pPrinterName, "B-lpt");
+    PrintServics::freePrinterInfo2List(infos);
+
     using namespace systemif::win;
     const auto key = RegKey::getExistKey(HKEY_LOCAL_MACHINE, kStandardTcpIpPortsKey, KEY_READ);
     ASSERT_TRUE(key);

@@ -154,6 +154,16 @@ TEST_F(SystemPrinterJob, SpoolerThatStopsAnsweringEndsTheWaitNotDone)
     EXPECT_FALSE(reports.all()[0].done);
 }
 
+TEST_F(SystemPrinterJob, JobWhosePrinterIsDeletedWhileItWaitsIsReportedNotDone)
+{
+    fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
+    std::thread worker([&] { PrintServics::printBySystemPrinter("Kitchen", "receipt", Document(bytes), reports.callback()); });
+    ASSERT_TRUE(jobsArrive(1));
+    fake.spooler.removeQueue("Kitchen");
+    worker.join();
+    EXPECT_EQ(reports.all(), (std::vector<Report>{{fake.spooler.jobs()[0].id, "Kitchen", false}}));
+}
+
 TEST_F(SystemPrinterJob, KilledWorkersJobIsCancelledAndLeftToTheWatchdogToReport)
 {
     SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();

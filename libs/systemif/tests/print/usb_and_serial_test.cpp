@@ -88,6 +88,8 @@ TEST(UsbPrintSupportPrinters, OperationsGoToTheChosenBackend)
     EXPECT_EQ(fake.usbPrintSupport.written("/dev/usb/lp0"), QList<QByteArray>{QByteArray("ab")});
     fake.usbPrintSupport.setWriteResult(false);
     EXPECT_FALSE(PrintServics::printByUsbPrintSupportPrinter(Document("ab", 2), "/dev/usb/lp0"));
+    fake.usbPrintSupport.detachAll();
+    EXPECT_TRUE(PrintServics::collectUsbPrintSupportPrinters().isEmpty());
 }
 
 TEST(UsbPrintSupportPrinters, UsblpNodesAreListedInNumberOrder)
