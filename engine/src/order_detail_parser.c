@@ -6,6 +6,7 @@
 
 #include <string.h>
 
+/* One unit with order_parser.c: its blocks carry the order parser's tag. */
 #define ENGINE_UNIT "src/order_parser.c"
 
 static bool type_is(const ItemGroup *group, const char *type)

@@ -98,9 +98,11 @@ void engine_untrack(const void *block)
         }
         registry_head = NULL;
         registry_tail = NULL;
-    } else {
+    } else if (record) {
+        /* Blocks are mostly freed soon after they were made: look for the record from the newest end. */
+        record = registry_tail;
         while (record && record->pointer != block)
-            record = record->next;
+            record = record->prev;
         if (record) {
             record->prev->next = record->next;
             if (record == registry_tail)

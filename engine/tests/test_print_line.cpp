@@ -51,15 +51,6 @@ TEST(DisplayWidth, CountsStrayBytesOnceAndStopsAtTheEnd)
     EXPECT_EQ(text_display_width(stray, 0, 1), 0u);
 }
 
-TEST(DisplayWidth, SumsRunsDoublingDoubleWidthOnes)
-{
-    PrintLine* line = new_print_line("#17", TEXT_STYLE_DOUBLE_WIDTH | TEXT_STYLE_DOUBLE_HEIGHT, ALIGNMENT_LEFT,
-                                     nullptr, LINE_END_FEED);
-    ASSERT_EQ(append_segment(&line->segments, 6, reinterpret_cast<const uint8_t*>("订单"), 1), ENGINE_OK);
-    EXPECT_EQ(segment_list_width(line->segments), 6u + 4u);
-    free_print_lines(&line);
-}
-
 TEST(RenderLine, LeftLineIsAlignedAndPaddedToTheFullWidth)
 {
     EXPECT_BYTES(cat({align(0), "abc", kReset, spaces(29), {0x0A}}), renderOne("abc", 0, ALIGNMENT_LEFT, nullptr, 32));
@@ -255,21 +246,6 @@ TEST(Chunks, RefuseAnOutputBeyondTheLimit)
     EXPECT_EQ(out, nullptr);
     EXPECT_EQ(length, 0u);
     free_chunks(&chunks);
-}
-
-TEST(Lines, LastLineWalksToTheEndOfTheChain)
-{
-    LineBuilder lines = {nullptr, ENGINE_OK};
-    add_line(&lines, "one", 0, ALIGNMENT_LEFT, nullptr, LINE_END_FEED);
-    add_line(&lines, "two", 0, ALIGNMENT_LEFT, nullptr, LINE_END_FEED);
-    add_line(&lines, "three", 0, ALIGNMENT_LEFT, nullptr, LINE_END_FEED);
-    ASSERT_EQ(lines.rc, ENGINE_OK);
-    PrintLine* last = lines.lines;
-    last_line(&last);
-    ASSERT_NE(last, nullptr);
-    EXPECT_EQ(last->segments->length, 5u);
-    EXPECT_EQ(std::memcmp(last->segments->text, "three", 5), 0);
-    free_print_lines(&lines.lines);
 }
 
 }  // namespace

@@ -26,7 +26,7 @@ enum {
     ENGINE_ERROR_RENDER = -1,              /* a line renderer was given null arguments */
     ENGINE_ERROR_INVALID_INPUT = -2,       /* null input, or the parsed document is incomplete */
     ENGINE_ERROR_ORDER_OBJECT = -3,        /* the order reader got no object */
-    ENGINE_ERROR_NO_MEMORY = -12,          /* an allocation failed; nothing is returned */
+    ENGINE_ERROR_NO_MEMORY = -12,          /* an allocation failed, or the receipt would pass 64 MiB */
     ENGINE_ERROR_RESTAURANT_JSON = -31,    /* the restaurant text does not parse */
     ENGINE_ERROR_ORDER_JSON = -32,         /* the order text does not parse */
     ENGINE_ERROR_SETTINGS_JSON = -33,      /* the print-settings text does not parse */
