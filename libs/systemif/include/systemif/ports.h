@@ -1,5 +1,5 @@
 #pragma once
-// The spooler's Standard TCP/IP ports, read in the shape of the Windows registry access that the service
+// The spooler's Standard TCP/IP ports, read in the shape of the registry access that the service
 // is written against:
 //
 //   auto ports = RegKey::getExistKey(HKEY_LOCAL_MACHINE, kStandardTcpIpPortsKey, KEY_READ);

@@ -1,5 +1,5 @@
 #pragma once
-// The machine's print services, in the terms of the Windows spooler that the service is written against:
+// The machine's print services, in the terms of the spooler interface that the service is written against:
 // level-2 printer records, raw jobs through the system spooler, raw USB printers reached through libusb,
 // printers of the USB print-support class, and virtual COM ports.
 //
@@ -141,8 +141,8 @@ public:
     static void freePrinterInfo2List(PRINTER_INFO_2W*& infos);
 
     // True when the COM port ("COM101") belongs to a USB device (a USB serial adapter or a printer with a
-    // virtual COM port). `usbEnumKey` names where Windows lists USB devices; on Linux the device tree
-    // itself tells, and the key is not read.
+    // virtual COM port). `usbEnumKey` names the registry key that lists USB devices in the interface the
+    // service is written against; on Linux the device tree itself tells, and the key is not read.
     static bool isVirtualCOMPort(const QString& portName, const QString& usbEnumKey);
     // True while the COM port's device is present.
     static bool isVirtualCOMPortConnected(const QString& portName);

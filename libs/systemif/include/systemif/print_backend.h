@@ -18,7 +18,7 @@ namespace print {
 struct SpoolerQueue {
     QString name;
     QString makeAndModel;
-    QString deviceUri;          // where the queue's jobs go: "socket://10.0.0.5:9100", "usb://EPSON/TM-T20"
+    QString deviceUri;          // where the queue's jobs go: "socket://10.0.0.5:9100", "usb://Vendor/Model"
     bool stopped = false;       // the queue holds its jobs instead of printing them
     bool acceptingJobs = true;  // the queue takes new jobs
 };

@@ -16,8 +16,7 @@ const NetworkScheme kNetworkSchemes[] = {
 };
 
 // Serial devices keep their COM number whatever other queues come and go: on-board ports are COM1...,
-// USB adapters and USB printers with a virtual COM port get ranges of their own, as Windows numbers
-// adapters above the on-board ports.
+// USB adapters and USB printers with a virtual COM port get ranges of their own above them.
 struct SerialKind {
     const char* prefix;
     int firstNumber;
@@ -33,7 +32,8 @@ int defaultPortOf(const QString& scheme)
     return -1;
 }
 
-// N when `name` is `prefix` followed by a decimal number N, else -1.
+// N when `name` is `prefix` followed by a decimal number N below 100 (each kind's range of COM numbers),
+// else -1.
 int numberAfter(const QString& name, const QString& prefix)
 {
     if (!name.startsWith(prefix) || name.size() == prefix.size()) return -1;
@@ -50,7 +50,7 @@ bool isIpAddress(const QString& host)
     for (const QString& part : parts) {
         bool ok = false;
         const int value = part.toInt(&ok);
-        if (!ok || value < 0 || value > 255 || part.isEmpty() || part.size() > 3) return false;
+        if (!ok || value < 0 || value > 255 || part.size() > 3) return false;
     }
     return true;
 }
