@@ -10,10 +10,11 @@
 
 namespace {
 
-const char kRestaurant[] = R"({"id":20731,"name":"蜀香阁川菜馆","phone":"02864381276","address":"成都市武侯区玉林南路47号"})";
+const char kRestaurant[] =
+    R"({"id":20731,"name":"蜀香阁川菜馆","phone":"02864381276","address":"成都市武侯区玉林南路47号"})";
 
-const char* const kDishes[] = {"宫保鸡丁", "水煮牛肉（大份微辣）", "麻婆豆腐", "回锅肉", "鱼香肉丝", "干煸四季豆",
-                               "酸菜鱼配手工红薯粉和秘制辣椒油", "夫妻肺片", "口水鸡", "担担面"};
+const char* const kDishes[] = {"宫保鸡丁",   "水煮牛肉（大份微辣）",           "麻婆豆腐", "回锅肉", "鱼香肉丝",
+                               "干煸四季豆", "酸菜鱼配手工红薯粉和秘制辣椒油", "夫妻肺片", "口水鸡", "担担面"};
 
 std::string onlineOrder(int items)
 {
@@ -68,8 +69,9 @@ void formatLoop(benchmark::State& state, Entry entry, const std::string& input, 
 void OnlineOrder20Items80mm2Copies(benchmark::State& state)
 {
     setenv("TZ", "Asia/Shanghai", 1);
-    formatLoop(state, format_online_order, onlineOrder(20),
-               R"({"number_of_copies":2,"isPrintBarcodeEnabled":true,"lines_between_copies":"middle","style":"normal","width":"80mm"})");
+    formatLoop(
+        state, format_online_order, onlineOrder(20),
+        R"({"number_of_copies":2,"isPrintBarcodeEnabled":true,"lines_between_copies":"middle","style":"normal","width":"80mm"})");
 }
 BENCHMARK(OnlineOrder20Items80mm2Copies);
 

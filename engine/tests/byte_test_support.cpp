@@ -45,8 +45,8 @@ Bytes align(int n)
 
 Bytes stylePrefix(int style)
 {
-    return {0x1B, 0x21, uint8_t(style & 8 ? 0x08 : 0x00), 0x1D, 0x21,
-            uint8_t((style & 2 ? 0x10 : 0x00) + (style & 4 ? 0x01 : 0x00))};
+    return {0x1B, 0x21, uint8_t(style & 8 ? 0x08 : 0x00),
+            0x1D, 0x21, uint8_t((style & 2 ? 0x10 : 0x00) + (style & 4 ? 0x01 : 0x00))};
 }
 
 Bytes run(const char* text, int style)
@@ -80,10 +80,10 @@ std::string hexAround(const Bytes& bytes, size_t from, size_t to)
         at++;
     size_t from = at >= 16 ? at - 16 : 0;
     size_t to = at + 24;
-    return ::testing::AssertionFailure()
-           << "streams differ at offset " << at << " (expected " << expected.size() << " bytes, got "
-           << actual.size() << ")\n  from offset " << from << ":\n  expected: " << hexAround(expected, from, to)
-           << "\n  actual:   " << hexAround(actual, from, to);
+    return ::testing::AssertionFailure() << "streams differ at offset " << at << " (expected " << expected.size()
+                                         << " bytes, got " << actual.size() << ")\n  from offset " << from
+                                         << ":\n  expected: " << hexAround(expected, from, to)
+                                         << "\n  actual:   " << hexAround(actual, from, to);
 }
 
 ::testing::AssertionResult containsBytes(const Bytes& haystack, const Bytes& needle)

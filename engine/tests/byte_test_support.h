@@ -33,10 +33,10 @@ Bytes repeat(uint8_t byte, size_t count);
 Bytes spaces(size_t count);
 
 // Command bytes of the printer, by the names of its command table.
-Bytes align(int n);                   // ESC a n
-Bytes stylePrefix(int style);         // ESC ! e, GS ! s of a non-zero style
-extern const Bytes kReset;            // GS ! 00, ESC ! 00: after every run
-Bytes run(const char* text, int style); // a styled run: prefix (style non-zero), text, reset
+Bytes align(int n);                      // ESC a n
+Bytes stylePrefix(int style);            // ESC ! e, GS ! s of a non-zero style
+extern const Bytes kReset;               // GS ! 00, ESC ! 00: after every run
+Bytes run(const char* text, int style);  // a styled run: prefix (style non-zero), text, reset
 
 // Compares two streams; on a difference the message names the first differing offset and shows both
 // streams in hex around it.

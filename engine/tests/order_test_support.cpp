@@ -14,8 +14,8 @@ ParsedOrder::ParsedOrder(Kind kind, const std::string& order, const char* settin
 
 const ItemGroup* ParsedOrder::group(int index) const
 {
-    const ItemGroup* group = document && document->order && document->order->detail ? document->order->detail->groups
-                                                                                     : nullptr;
+    const ItemGroup* group =
+        document && document->order && document->order->detail ? document->order->detail->groups : nullptr;
     for (; group && index > 0; index--)
         group = group->next;
     return group;

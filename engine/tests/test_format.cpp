@@ -31,8 +31,9 @@ struct Job {
 
 EngineError format(const Job& job, Receipt& receipt)
 {
-    auto fn = job.entry == Entry::Online ? format_online_order
-                                         : job.entry == Entry::Local ? format_local_order : format_summary;
+    auto fn = job.entry == Entry::Online  ? format_online_order
+              : job.entry == Entry::Local ? format_local_order
+                                          : format_summary;
     return fn(&receipt.data, &receipt.length, job.restaurant.c_str(), job.input.c_str(), job.settings.c_str());
 }
 
@@ -95,8 +96,11 @@ TEST_F(FormatEntry, TextsThatDoNotParseNameTheirText)
     Job online = jobs_[0];
     Job summary = jobs_[3];
     EXPECT_EQ(failure({Entry::Online, "{\"name\":", online.input, online.settings}), ENGINE_ERROR_RESTAURANT_JSON);
-    EXPECT_EQ(failure({Entry::Online, online.restaurant, online.input.substr(0, online.input.size() / 2), online.settings}), ENGINE_ERROR_ORDER_JSON);
-    EXPECT_EQ(failure({Entry::Local, online.restaurant, jobs_[1].input, "{'width':'58mm'}"}), ENGINE_ERROR_SETTINGS_JSON);
+    EXPECT_EQ(
+        failure({Entry::Online, online.restaurant, online.input.substr(0, online.input.size() / 2), online.settings}),
+        ENGINE_ERROR_ORDER_JSON);
+    EXPECT_EQ(failure({Entry::Local, online.restaurant, jobs_[1].input, "{'width':'58mm'}"}),
+              ENGINE_ERROR_SETTINGS_JSON);
     EXPECT_EQ(failure({Entry::Summary, summary.restaurant, "", summary.settings}), ENGINE_ERROR_SUMMARY_JSON);
     EXPECT_EQ(failure({Entry::Summary, summary.restaurant, summary.input, "nul"}), ENGINE_ERROR_SETTINGS_JSON);
     // The restaurant is read first: a broken restaurant wins over a broken order.

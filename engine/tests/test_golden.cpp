@@ -72,17 +72,21 @@ TEST_P(GoldenReceipt, MatchesTheReviewedBytes)
     Receipt receipt;
     EngineError code = ENGINE_ERROR_INVALID_INPUT;
     if (golden->entry == "online")
-        code = format_online_order(&receipt.data, &receipt.length, restaurant.c_str(), input.c_str(), golden->settings.c_str());
+        code = format_online_order(&receipt.data, &receipt.length, restaurant.c_str(), input.c_str(),
+                                   golden->settings.c_str());
     else if (golden->entry == "local")
-        code = format_local_order(&receipt.data, &receipt.length, restaurant.c_str(), input.c_str(), golden->settings.c_str());
+        code = format_local_order(&receipt.data, &receipt.length, restaurant.c_str(), input.c_str(),
+                                  golden->settings.c_str());
     else if (golden->entry == "summary")
-        code = format_summary(&receipt.data, &receipt.length, restaurant.c_str(), input.c_str(), golden->settings.c_str());
+        code =
+            format_summary(&receipt.data, &receipt.length, restaurant.c_str(), input.c_str(), golden->settings.c_str());
     ASSERT_EQ(code, ENGINE_OK);
 
     const std::string expectedPath = kGolden + "/expected/" + golden->name + ".bin";
     const Bytes actual = receipt.bytes();
     if (std::getenv("SB_UPDATE_GOLDEN")) {
-        std::ofstream(expectedPath, std::ios::binary).write(reinterpret_cast<const char*>(actual.data()), std::streamsize(actual.size()));
+        std::ofstream(expectedPath, std::ios::binary)
+            .write(reinterpret_cast<const char*>(actual.data()), std::streamsize(actual.size()));
         GTEST_SKIP() << "wrote " << expectedPath << "; review it before committing";
     }
     std::ifstream file(expectedPath, std::ios::binary);

@@ -14,7 +14,8 @@ using namespace engine_test;
 namespace {
 
 const char kCut[] = "\x1D\x56\x31";
-const char kGroups[] = R"("groups":[{"name":"热菜","type":"normal","items":[{"name":"回锅肉","price":38,"quantity":1}]}])";
+const char kGroups[] =
+    R"("groups":[{"name":"热菜","type":"normal","items":[{"name":"回锅肉","price":38,"quantity":1}]}])";
 
 class OrderLayout : public ::testing::Test {
 protected:
@@ -59,7 +60,8 @@ TEST_F(OrderLayout, EachCopyIsHeadBodyTailFeedAndCut)
     EXPECT_BYTES(head, Bytes(once.begin(), once.begin() + head.size()));
     EXPECT_BYTES(cat({tail, feedAndCut}), Bytes(once.end() - tail.size() - feedAndCut.size(), once.end()));
 
-    const char twoCopies[] = R"({"width":"58mm","style":"normal","lines_between_copies":"middle","number_of_copies":2})";
+    const char twoCopies[] =
+        R"({"width":"58mm","style":"normal","lines_between_copies":"middle","number_of_copies":2})";
     EXPECT_BYTES(cat({once, once}), online(kOneDish, R"("daySn":7)", twoCopies));
 }
 
@@ -67,7 +69,8 @@ TEST_F(OrderLayout, NoCopiesGiveAnEmptyReceipt)
 {
     for (const char* copies : {"0", "-1"}) {
         const std::string settings =
-            std::string(R"({"width":"58mm","style":"normal","lines_between_copies":"x","number_of_copies":)") + copies + "}";
+            std::string(R"({"width":"58mm","style":"normal","lines_between_copies":"x","number_of_copies":)") + copies +
+            "}";
         EXPECT_TRUE(online(kOneDish, R"("daySn":7)", settings.c_str()).empty());
         EXPECT_EQ(code_, ENGINE_OK);
     }
@@ -93,10 +96,13 @@ TEST_F(OrderLayout, ItemLinesPutQuantityAndPriceInColumns)
         {"name":"茶","price":2,"quantity":3,"displayQuantity":false}]})");
     ASSERT_EQ(code_, ENGINE_OK);
     // Name, spaces, "x2 ", the price right-aligned in 7 columns: 2 + 20 + 3 + 5 + 2 = 32.
-    EXPECT_CONTAINS_BYTES(out, cat({run(("面" + std::string(20, ' ') + "x2 " + std::string(5, ' ') + "25").c_str(), 4), {0x0A}}));
-    EXPECT_CONTAINS_BYTES(out, cat({run(("汤" + std::string(20, ' ') + "x1 " + std::string(3, ' ') + "3.30").c_str(), 4), {0x0A}}));
+    EXPECT_CONTAINS_BYTES(
+        out, cat({run(("面" + std::string(20, ' ') + "x2 " + std::string(5, ' ') + "25").c_str(), 4), {0x0A}}));
+    EXPECT_CONTAINS_BYTES(
+        out, cat({run(("汤" + std::string(20, ' ') + "x1 " + std::string(3, ' ') + "3.30").c_str(), 4), {0x0A}}));
     // Without the quantity a single space stands in its place.
-    EXPECT_CONTAINS_BYTES(out, cat({run(("茶" + std::string(22, ' ') + " " + std::string(6, ' ') + "6").c_str(), 4), {0x0A}}));
+    EXPECT_CONTAINS_BYTES(
+        out, cat({run(("茶" + std::string(22, ' ') + " " + std::string(6, ' ') + "6").c_str(), 4), {0x0A}}));
 }
 
 TEST_F(OrderLayout, LongNamesTakeALineOfTheirOwn)
@@ -106,8 +112,11 @@ TEST_F(OrderLayout, LongNamesTakeALineOfTheirOwn)
     // A width of 20 columns still fits on 58mm paper.
     EXPECT_CONTAINS_BYTES(out, cat({run("ABCDEFGHIJKLMNOPQRST  x1       1", 4), {0x0A}}));
     // 21 columns: the name alone, padded, then quantity and price below.
-    EXPECT_CONTAINS_BYTES(out, cat({run("ABCDEFGHIJKLMNOPQRSTU", 4), spaces(11), {0x0A},
-                                    run((std::string(22, ' ') + "x1       1").c_str(), 4), {0x0A}}));
+    EXPECT_CONTAINS_BYTES(out, cat({run("ABCDEFGHIJKLMNOPQRSTU", 4),
+                                    spaces(11),
+                                    {0x0A},
+                                    run((std::string(22, ' ') + "x1       1").c_str(), 4),
+                                    {0x0A}}));
 }
 
 TEST_F(OrderLayout, AdditionsFollowTheirItemMarked)
@@ -122,20 +131,38 @@ TEST_F(OrderLayout, AdditionsFollowTheirItemMarked)
 
 TEST_F(OrderLayout, GroupsPrintBetweenDashesAndDiscountGroupsInsideTheExtraGroup)
 {
-    const Bytes out = online(std::string(kOneDish) + R"(,{"name":"优惠","type":"discount","items":[{"name":"立减","price":-5,"quantity":1,"displayQuantity":false}]})");
+    const Bytes out = online(
+        std::string(kOneDish) +
+        R"(,{"name":"优惠","type":"discount","items":[{"name":"立减","price":-5,"quantity":1,"displayQuantity":false}]})");
     // "热菜" (4 columns) centred in 32: 13 dashes, a space; a space, 13 dashes.
     EXPECT_CONTAINS_BYTES(out, cat({repeat('-', 13), " ", run("热菜", 1), " ", repeat('-', 13), {0x0A}}));
     EXPECT_LACKS_BYTES(out, run("优惠", 1));
-    EXPECT_CONTAINS_BYTES(out, cat({repeat('-', 13), " ", run("其他", 1), " ", repeat('-', 13), {0x0A},
-                                    run(("立减" + std::string(21, ' ') + std::string(5, ' ') + "-5").c_str(), 1), {0x0A}}));
+    EXPECT_CONTAINS_BYTES(out, cat({repeat('-', 13),
+                                    " ",
+                                    run("其他", 1),
+                                    " ",
+                                    repeat('-', 13),
+                                    {0x0A},
+                                    run(("立减" + std::string(21, ' ') + std::string(5, ' ') + "-5").c_str(), 1),
+                                    {0x0A}}));
 }
 
 TEST_F(OrderLayout, AmountLineSpreadsLabelAndReceipt)
 {
     const Bytes paid = online(kOneDish, R"("daySn":7,"payment":"online")");
     // "已付" and "￥140" are 18 columns at double width: 14 plain spaces between them; then a blank line.
-    EXPECT_CONTAINS_BYTES(paid, cat({repeat('-', 32), kReset, {0x0A}, align(0), run("已付", 6), run(std::string(14, ' ').c_str(), 1),
-                                     run("￥140", 6), {0x0A}, align(0), kReset, spaces(32), {0x0A}}));
+    EXPECT_CONTAINS_BYTES(paid, cat({repeat('-', 32),
+                                     kReset,
+                                     {0x0A},
+                                     align(0),
+                                     run("已付", 6),
+                                     run(std::string(14, ' ').c_str(), 1),
+                                     run("￥140", 6),
+                                     {0x0A},
+                                     align(0),
+                                     kReset,
+                                     spaces(32),
+                                     {0x0A}}));
     EXPECT_CONTAINS_BYTES(paid, run("--已在线支付--", 6));
     const Bytes unpaid = online(kOneDish, R"("daySn":7,"payment":"cash")");
     EXPECT_CONTAINS_BYTES(unpaid, run("应付", 6));
@@ -144,32 +171,47 @@ TEST_F(OrderLayout, AmountLineSpreadsLabelAndReceipt)
 
 TEST_F(OrderLayout, BookedRemarkAndTimeLinesAppearWhenGiven)
 {
-    const Bytes out = online(kOneDish, R"("daySn":7,"createdTime":1710474138,"isBooked":true,"bookedTime":1710477000,"remark":"少放辣")");
+    const Bytes out = online(
+        kOneDish, R"("daySn":7,"createdTime":1710474138,"isBooked":true,"bookedTime":1710477000,"remark":"少放辣")");
     EXPECT_CONTAINS_BYTES(out, run("预订12:30送达", 6));
     EXPECT_CONTAINS_BYTES(out, cat({run("[下单时间] 03-15 11:42", 1), spaces(10), {0x0A}}));
     EXPECT_CONTAINS_BYTES(out, cat({run("[备注] ", 1), run("少放辣", 4), spaces(19), {0x0A}}));
     const Bytes plain = online(kOneDish, R"("daySn":7,"isBooked":false,"remark":"")");
     EXPECT_LACKS_BYTES(plain, Bytes({0xE9, 0xA2, 0x84, 0xE8, 0xAE, 0xA2}));  // "预订"
-    EXPECT_LACKS_BYTES(plain, Bytes({'[', 0xE5, 0xA4, 0x87}));              // "[备"
+    EXPECT_LACKS_BYTES(plain, Bytes({'[', 0xE5, 0xA4, 0x87}));               // "[备"
 }
 
 TEST_F(OrderLayout, OnlineCustomerBlockHasAddressNameAndPhones)
 {
     const Bytes out = online(kOneDish, R"("daySn":7)", kSettings58,
                              R"({"name":"王女士","address":"科华北路62号","phones":["","13812345678"]})");
-    EXPECT_CONTAINS_BYTES(out, cat({run("科华北路62号", 6), spaces(8), {0x0A}, align(0), run("王女士", 6), spaces(20), {0x0A},
-                                    run("138-1234-5678", 6), spaces(6), {0x0A}, align(0), kReset, spaces(32), {0x0A}}));
+    EXPECT_CONTAINS_BYTES(out, cat({run("科华北路62号", 6),
+                                    spaces(8),
+                                    {0x0A},
+                                    align(0),
+                                    run("王女士", 6),
+                                    spaces(20),
+                                    {0x0A},
+                                    run("138-1234-5678", 6),
+                                    spaces(6),
+                                    {0x0A},
+                                    align(0),
+                                    kReset,
+                                    spaces(32),
+                                    {0x0A}}));
 }
 
 TEST_F(OrderLayout, DineBlockPrintsTableAndPeopleOnTheFollowingLine)
 {
     ParsedOrder dine(ParsedOrder::Local, R"({"id":"2","general":{"localOrderType":"dine","daySn":3},
         "table":{"number":"A08","peopleCount":4},"customer":{"name":"李先生","address":"玉林"},
-        "detail":{"accounting":{"receipt":12},)" + std::string(kGroups) + "}}");
+        "detail":{"accounting":{"receipt":12},)" +
+                                             std::string(kGroups) + "}}");
     const Bytes out = layout(dine);
     ASSERT_EQ(code_, ENGINE_OK);
-    EXPECT_CONTAINS_BYTES(out, cat({run("桌号  A08", 6), spaces(14), {0x0A}, run("人数  ", 6), spaces(20), run("4", 6),
-                                    spaces(30), {0x0A}}));
+    EXPECT_CONTAINS_BYTES(
+        out,
+        cat({run("桌号  A08", 6), spaces(14), {0x0A}, run("人数  ", 6), spaces(20), run("4", 6), spaces(30), {0x0A}}));
     EXPECT_LACKS_BYTES(out, run("李先生", 6));
     EXPECT_CONTAINS_BYTES(out, run("应付", 6));
     EXPECT_CONTAINS_BYTES(out, run("--客户未付款--", 6));
@@ -178,7 +220,8 @@ TEST_F(OrderLayout, DineBlockPrintsTableAndPeopleOnTheFollowingLine)
 TEST_F(OrderLayout, UnknownKindsPrintNoCustomer)
 {
     ParsedOrder takeaway(ParsedOrder::Local, R"({"id":"2","general":{"localOrderType":"takeaway"},
-        "customer":{"name":"李先生","address":"玉林","phone":"13987654321"},"detail":{"accounting":{},)" + std::string(kGroups) + "}}");
+        "customer":{"name":"李先生","address":"玉林","phone":"13987654321"},"detail":{"accounting":{},)" +
+                                                 std::string(kGroups) + "}}");
     const Bytes out = layout(takeaway);
     ASSERT_EQ(code_, ENGINE_OK);
     EXPECT_LACKS_BYTES(out, run("玉林", 6));
@@ -187,11 +230,13 @@ TEST_F(OrderLayout, UnknownKindsPrintNoCustomer)
 
 TEST_F(OrderLayout, BarcodeLineFollowsTheCustomerWhenEnabled)
 {
-    const char withBarcode[] = R"({"width":"58mm","style":"normal","lines_between_copies":"middle","number_of_copies":1,"isPrintBarcodeEnabled":true})";
+    const char withBarcode[] =
+        R"({"width":"58mm","style":"normal","lines_between_copies":"middle","number_of_copies":1,"isPrintBarcodeEnabled":true})";
     const Bytes out = online(kOneDish, R"("daySn":7)", withBarcode);
-    const Bytes barcode = {0x1D, 0x68, 0x60, 0x1D, 0x77, 0x02, 0x1D, 0x6B, 0x49, 0x05, 0x7B, 0x43, 0x01, 0x17, 0x2D,
-                           '1', '2', '3', '4', '5'};
-    EXPECT_CONTAINS_BYTES(out, cat({align(1), stylePrefix(1), barcode, kReset, {0x0A}, align(0), run("", 1), spaces(32), {0x0A}}));
+    const Bytes barcode = {0x1D, 0x68, 0x60, 0x1D, 0x77, 0x02, 0x1D, 0x6B, 0x49, 0x05,
+                           0x7B, 0x43, 0x01, 0x17, 0x2D, '1',  '2',  '3',  '4',  '5'};
+    EXPECT_CONTAINS_BYTES(
+        out, cat({align(1), stylePrefix(1), barcode, kReset, {0x0A}, align(0), run("", 1), spaces(32), {0x0A}}));
     EXPECT_LACKS_BYTES(online(kOneDish), Bytes({0x1D, 0x6B}));
 }
 
@@ -215,8 +260,9 @@ TEST_F(OrderLayout, SmallStyleKeepsTheCustomerLarge)
 
 TEST_F(OrderLayout, AnyOtherStylePrintsWithoutStyleCommands)
 {
-    ParsedOrder parsed(ParsedOrder::Online, R"({"id":"1","general":{"daySn":7},"consignee":{},"detail":{"accounting":{},)" +
-                                                std::string(kGroups) + "}}");
+    ParsedOrder parsed(ParsedOrder::Online,
+                       R"({"id":"1","general":{"daySn":7},"consignee":{},"detail":{"accounting":{},)" +
+                           std::string(kGroups) + "}}");
     ASSERT_EQ(parsed.code, ENGINE_OK);
     ASSERT_TRUE(engine_strdup(&parsed.document->printSettings->style, "plain"));
     const Bytes out = layout(parsed);
@@ -257,8 +303,8 @@ TEST(PhoneFormat, DashesMobileFixedAndInternationalNumbers)
     EXPECT_EQ(phone("057112345678"), "0571-1234-5678");
     EXPECT_EQ(phone("+8613812345678"), "+86-13812345678");
     EXPECT_EQ(phone("138-1234-5678"), "138-1234-5678");
-    EXPECT_EQ(phone("138-1234567"), "138-123-4567");    // 11 characters: only the missing dash is added
-    EXPECT_EQ(phone("0211234"), "021-1234");            // no character at position 7
+    EXPECT_EQ(phone("138-1234567"), "138-123-4567");  // 11 characters: only the missing dash is added
+    EXPECT_EQ(phone("0211234"), "021-1234");          // no character at position 7
     EXPECT_EQ(phone("+86-1381234"), "+86-1381234");
     EXPECT_EQ(phone("95588"), "95588");
     EXPECT_EQ(phone(""), "(none)");

@@ -11,7 +11,8 @@ using Names = std::vector<std::string>;
 
 namespace {
 
-const char kGroups[] = R"("groups":[{"name":"热菜","type":"normal","items":[{"name":"回锅肉","price":38,"quantity":1}]}])";
+const char kGroups[] =
+    R"("groups":[{"name":"热菜","type":"normal","items":[{"name":"回锅肉","price":38,"quantity":1}]}])";
 
 std::string onlineOrder(const std::string& members)
 {
@@ -24,7 +25,8 @@ TEST(OrderParser, ReadsAnOnlineOrder)
         "general":{"daySn":17,"createdTime":1710474138.9,"payment":"online","isBooked":true,"bookedTime":1710477000,
                    "remark":"少放辣","isInvoiced":false,"invoiceTitle":"云帆"},
         "consignee":{"name":"王女士","phones":["13812345678",5,"02885561234"],"address":"科华北路","isFollower":true},
-        "detail":{"accounting":{"receivable":160.5,"discount":20,"receipt":140.5},)" + std::string(kGroups) + "}"));
+        "detail":{"accounting":{"receivable":160.5,"discount":20,"receipt":140.5},)" +
+                                                   std::string(kGroups) + "}"));
     ASSERT_EQ(p.code, ENGINE_OK);
     const Order* order = p.order();
     EXPECT_STREQ(order->id, "1001");
@@ -55,7 +57,8 @@ TEST(OrderParser, ReadsALocalOrderWithItsCustomerAndTable)
         "general":{"localOrderType":"dine","daySn":23,"payment":"online","isBooked":true,"remark":"儿童餐具"},
         "customer":{"name":"李先生","phone":"13987654321","address":"玉林南路"},
         "table":{"number":"A08","peopleCount":4},
-        "detail":{"accounting":{"receipt":128},)" + std::string(kGroups) + "}}");
+        "detail":{"accounting":{"receipt":128},)" +
+                                          std::string(kGroups) + "}}");
     ASSERT_EQ(p.code, ENGINE_OK);
     const Order* order = p.order();
     EXPECT_STREQ(order->general->kind, "dine");
@@ -154,7 +157,8 @@ TEST(OrderParser, KeysGivenTwiceKeepTheLaterValue)
     EXPECT_STREQ(p.group(0)->name, "b");
     EXPECT_EQ(p.group(1), nullptr);
     // A number where a string belongs copies nothing and leaves the earlier string.
-    ParsedOrder names(ParsedOrder::Online, onlineOrder(R"("detail":{"groups":[{"items":[{"name":"x","name":"y","name":3}]}]})"));
+    ParsedOrder names(ParsedOrder::Online,
+                      onlineOrder(R"("detail":{"groups":[{"items":[{"name":"x","name":"y","name":3}]}]})"));
     EXPECT_EQ(itemNames(names.group(0)->items), (Names{"y"}));
 }
 
@@ -174,7 +178,8 @@ TEST(OrderParser, ValuesOfTheWrongKindGiveZeroOrNull)
 
 TEST(OrderParser, TimesAndIntegersSaturate)
 {
-    ParsedOrder p(ParsedOrder::Online, onlineOrder(R"("general":{"createdTime":1e300,"bookedTime":-1e300,"daySn":-1e12})"));
+    ParsedOrder p(ParsedOrder::Online,
+                  onlineOrder(R"("general":{"createdTime":1e300,"bookedTime":-1e300,"daySn":-1e12})"));
     ASSERT_EQ(p.code, ENGINE_OK);
     EXPECT_EQ(p.order()->general->createdTime, INT64_MAX);
     EXPECT_EQ(p.order()->general->bookedTime, INT64_MIN);
@@ -226,22 +231,30 @@ TEST(OrderParser, SectionReadersNameWhatTheyMissed)
 
 TEST(OrderCompleteness, AsksForTheEssentials)
 {
-    const std::string complete = R"({"id":"1","general":{},"consignee":{},"detail":{"accounting":{},)" +
-                                 std::string(kGroups) + "}}";
+    const std::string complete =
+        R"({"id":"1","general":{},"consignee":{},"detail":{"accounting":{},)" + std::string(kGroups) + "}}";
     EXPECT_TRUE(order_document_is_complete(ParsedOrder(ParsedOrder::Online, complete).document));
     // Each essential taken away in turn.
     EXPECT_FALSE(order_document_is_complete(ParsedOrder(ParsedOrder::Online, complete, kSettings58, "{}").document));
     EXPECT_FALSE(order_document_is_complete(
-        ParsedOrder(ParsedOrder::Online, R"({"general":{},"consignee":{},"detail":{"accounting":{},)" + std::string(kGroups) + "}}").document));
+        ParsedOrder(ParsedOrder::Online,
+                    R"({"general":{},"consignee":{},"detail":{"accounting":{},)" + std::string(kGroups) + "}}")
+            .document));
     EXPECT_FALSE(order_document_is_complete(
-        ParsedOrder(ParsedOrder::Online, R"({"id":"1","general":{},"detail":{"accounting":{},)" + std::string(kGroups) + "}}").document));
+        ParsedOrder(ParsedOrder::Online,
+                    R"({"id":"1","general":{},"detail":{"accounting":{},)" + std::string(kGroups) + "}}")
+            .document));
     EXPECT_FALSE(order_document_is_complete(
-        ParsedOrder(ParsedOrder::Online, R"({"id":"1","general":{},"consignee":{},"detail":{)" + std::string(kGroups) + "}}").document));
+        ParsedOrder(ParsedOrder::Online,
+                    R"({"id":"1","general":{},"consignee":{},"detail":{)" + std::string(kGroups) + "}}")
+            .document));
     EXPECT_FALSE(order_document_is_complete(
         ParsedOrder(ParsedOrder::Online, complete, R"({"width":"58mm","style":"normal"})").document));
     // A local order without "localOrderType" has no kind.
     EXPECT_FALSE(order_document_is_complete(
-        ParsedOrder(ParsedOrder::Local, R"({"id":"1","general":{},"detail":{"accounting":{},)" + std::string(kGroups) + "}}").document));
+        ParsedOrder(ParsedOrder::Local,
+                    R"({"id":"1","general":{},"detail":{"accounting":{},)" + std::string(kGroups) + "}}")
+            .document));
 }
 
 TEST(OrderCompleteness, LooksOnlyAtTheFirstGroupAndItsFirstItem)
@@ -250,13 +263,17 @@ TEST(OrderCompleteness, LooksOnlyAtTheFirstGroupAndItsFirstItem)
         return R"({"id":"1","general":{},"consignee":{},"detail":{"accounting":{},"groups":[)" + groups + "]}}";
     };
     EXPECT_FALSE(order_document_is_complete(
-        ParsedOrder(ParsedOrder::Online, detailWith(R"({"name":"a","type":"t","items":[]},{"name":"b","type":"t","items":[{"name":"x"}]})")).document));
+        ParsedOrder(ParsedOrder::Online,
+                    detailWith(R"({"name":"a","type":"t","items":[]},{"name":"b","type":"t","items":[{"name":"x"}]})"))
+            .document));
     EXPECT_FALSE(order_document_is_complete(
         ParsedOrder(ParsedOrder::Online, detailWith(R"({"type":"t","items":[{"name":"x"}]})")).document));
     EXPECT_FALSE(order_document_is_complete(
-        ParsedOrder(ParsedOrder::Online, detailWith(R"({"name":"a","type":"t","items":[{"price":1},{"name":"x"}]})")).document));
+        ParsedOrder(ParsedOrder::Online, detailWith(R"({"name":"a","type":"t","items":[{"price":1},{"name":"x"}]})"))
+            .document));
     EXPECT_TRUE(order_document_is_complete(
-        ParsedOrder(ParsedOrder::Online, detailWith(R"({"name":"a","type":"t","items":[{"name":"x"},{}]},{})")).document));
+        ParsedOrder(ParsedOrder::Online, detailWith(R"({"name":"a","type":"t","items":[{"name":"x"},{}]},{})"))
+            .document));
 }
 
 TEST(OrderKind, KnowsExactlyThreeKinds)

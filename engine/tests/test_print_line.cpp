@@ -36,8 +36,8 @@ TEST(DisplayWidth, CountsEveryMultiByteCharacterAsTwoColumns)
     EXPECT_EQ(widthOf("中文"), 4u);
     EXPECT_EQ(widthOf("中文", 1), 8u);
     EXPECT_EQ(widthOf("abc"), 3u);
-    EXPECT_EQ(widthOf("é"), 2u);          // two-byte Latin letter
-    EXPECT_EQ(widthOf("\xF0\x9F\x8D\x9C"), 2u); // four-byte character
+    EXPECT_EQ(widthOf("é"), 2u);                 // two-byte Latin letter
+    EXPECT_EQ(widthOf("\xF0\x9F\x8D\x9C"), 2u);  // four-byte character
     EXPECT_EQ(widthOf("a中b"), 4u);
 }
 

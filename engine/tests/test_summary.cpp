@@ -97,21 +97,20 @@ TEST_F(SummaryLayout, RowsMarkOnlinePaymentsOn58mm)
         {"daySn":19,"payment":"cash","createdTime":1710464700,"accounting":{"receivable":66.5,"receipt":66.5}},
         {"daySn":20})"));
     ASSERT_EQ(code_, ENGINE_OK);
-    EXPECT_CONTAINS_BYTES(out, cat({separator(32),
-                                    leftLine("7(!)  86       74       10:45   ", 0),
+    EXPECT_CONTAINS_BYTES(out, cat({separator(32), leftLine("7(!)  86       74       10:45   ", 0),
                                     leftLine("19    66.50    66.50     9:05   ", 0),
-                                    leftLine("20    0        0         8:00   ", 0),
-                                    separator(32)}));
+                                    leftLine("20    0        0         8:00   ", 0), separator(32)}));
 }
 
 TEST_F(SummaryLayout, ColumnsWidenOn80mm)
 {
     const Bytes out = layout(withOrders(R"({"daySn":7,"payment":"online","createdTime":1710470700,
-        "accounting":{"receivable":86,"receipt":74}})"), kSummarySettings80);
+        "accounting":{"receivable":86,"receipt":74}})"),
+                             kSummarySettings80);
     ASSERT_EQ(code_, ENGINE_OK);
-    EXPECT_CONTAINS_BYTES(out, cat({separator(48), leftLine("流水号 应收          实收          时间         ", 0),
-                                    separator(48), leftLine("7(!)   86            74            10:45        ", 0),
-                                    separator(48)}));
+    EXPECT_CONTAINS_BYTES(
+        out, cat({separator(48), leftLine("流水号 应收          实收          时间         ", 0), separator(48),
+                  leftLine("7(!)   86            74            10:45        ", 0), separator(48)}));
 }
 
 TEST_F(SummaryLayout, CopiesRepeatBodyAndFeed)

@@ -84,11 +84,14 @@ FormatResult formatReceipt(Kind kind, const QByteArray& restaurant, const QByteA
     uint32_t length = 0;
     FormatResult result;
     if (kind == Kind::Online)
-        result.code = format_online_order(&out, &length, restaurant.constData(), input.constData(), settingsJson.constData());
+        result.code =
+            format_online_order(&out, &length, restaurant.constData(), input.constData(), settingsJson.constData());
     else if (kind == Kind::Summary)
-        result.code = format_summary(&out, &length, restaurant.constData(), input.constData(), settingsJson.constData());
+        result.code =
+            format_summary(&out, &length, restaurant.constData(), input.constData(), settingsJson.constData());
     else
-        result.code = format_local_order(&out, &length, restaurant.constData(), input.constData(), settingsJson.constData());
+        result.code =
+            format_local_order(&out, &length, restaurant.constData(), input.constData(), settingsJson.constData());
     if (result.code == ENGINE_OK && out)
         result.bytes = QByteArray(reinterpret_cast<const char*>(out), int(length));
     engine_free(&out);
@@ -96,8 +99,7 @@ FormatResult formatReceipt(Kind kind, const QByteArray& restaurant, const QByteA
 }
 
 // Reads a JSON input from path, or the built-in example when path is empty; sets error on failure.
-bool readJsonInput(const QString& path, const QString& example, QByteArray* data, QJsonObject* object,
-                   QString* error)
+bool readJsonInput(const QString& path, const QString& example, QByteArray* data, QJsonObject* object, QString* error)
 {
     const QString source = path.isEmpty() ? QStringLiteral(":/examples/") + example : path;
     if (!readFile(source, data, error))
@@ -155,8 +157,7 @@ int runFormat(const QStringList& args)
     if (!copiesOk || copyCount < 0)
         return usageError("format", QStringLiteral("--copies must be a whole number of 0 or more"));
 
-    static const char* const examples[] = {"online_order.json", "dine_order.json", "phone_order.json",
-                                           "summary.json"};
+    static const char* const examples[] = {"online_order.json", "dine_order.json", "phone_order.json", "summary.json"};
     QString error;
     QByteArray restaurant, input, settingsText;
     QJsonObject settingsJson;
@@ -174,7 +175,9 @@ int runFormat(const QStringList& args)
 
     const FormatResult result = formatReceipt(kind, restaurant, input, settings);
     if (result.code != ENGINE_OK)
-        return fail(QStringLiteral("format failed: %1 (%2)").arg(result.code).arg(QLatin1String(engine_error_text(result.code))));
+        return fail(QStringLiteral("format failed: %1 (%2)")
+                        .arg(result.code)
+                        .arg(QLatin1String(engine_error_text(result.code))));
     if (!writeOutput(outputPath, dump ? dumpEscPos(result.bytes) : result.bytes, &error))
         return fail(error);
     return ExitOk;
@@ -182,7 +185,6 @@ int runFormat(const QStringList& args)
 
 }  // namespace
 
-const Command formatCommand = {"format", "format an order or the daily summary as receipt bytes", usageText,
-                               runFormat};
+const Command formatCommand = {"format", "format an order or the daily summary as receipt bytes", usageText, runFormat};
 
 }  // namespace sbtool

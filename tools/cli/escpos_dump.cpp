@@ -10,8 +10,7 @@ class Decoder {
 public:
     explicit Decoder(const QByteArray& bytes)
         : data_(reinterpret_cast<const uint8_t*>(bytes.constData())), size_(size_t(bytes.size()))
-    {
-    }
+    {}
 
     QByteArray run()
     {
@@ -130,8 +129,8 @@ private:
 
     void barcode()
     {
-        static const char* const names[] = {"UPC-A", "UPC-E", "EAN13", "EAN8", "CODE39", "ITF", "CODABAR",
-                                            "CODE93", "CODE128"};
+        static const char* const names[] = {"UPC-A", "UPC-E",   "EAN13",  "EAN8",   "CODE39",
+                                            "ITF",   "CODABAR", "CODE93", "CODE128"};
         if (!has(3))
             return cutOff();
         uint8_t system = at(2);
@@ -189,9 +188,10 @@ private:
     void utf8()
     {
         uint8_t lead = at(0);
-        size_t length = lead >= 0xC2 && lead <= 0xDF ? 2 : lead >= 0xE0 && lead <= 0xEF ? 3
-                                                        : lead >= 0xF0 && lead <= 0xF4 ? 4
-                                                                                       : 0;
+        size_t length = lead >= 0xC2 && lead <= 0xDF   ? 2
+                        : lead >= 0xE0 && lead <= 0xEF ? 3
+                        : lead >= 0xF0 && lead <= 0xF4 ? 4
+                                                       : 0;
         bool valid = length > 0 && has(length);
         for (size_t i = 1; valid && i < length; i++)
             valid = (at(i) & 0xC0) == 0x80;

@@ -31,10 +31,9 @@ int unknownCommand(const QString& name)
 
 void printHelp(FILE* out)
 {
-    std::fprintf(out,
-                 "usage: sbtool COMMAND [ARGS...]\n"
-                 "       sbtool help COMMAND | sbtool COMMAND --help\n\n"
-                 "commands:\n");
+    std::fprintf(out, "usage: sbtool COMMAND [ARGS...]\n"
+                      "       sbtool help COMMAND | sbtool COMMAND --help\n\n"
+                      "commands:\n");
     for (const sbtool::Command* command : commandTable)
         std::fprintf(out, "  %-10s %s\n", command->name, command->summary);
     std::fprintf(out, "\nexit codes: 0 done, 1 the work failed, 2 the command line is wrong\n");
