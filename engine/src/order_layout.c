@@ -13,17 +13,17 @@
 #define PRICE_COLUMNS 7u
 #define NAME_RESERVE 11u
 
-void order_style_table(const char *style, TextStyle table[ORDER_STYLE_SLOTS])
+OrderStyleTable order_style_table(const char *style)
 {
-    static const TextStyle normal[ORDER_STYLE_SLOTS] = {6, 1, 8, 6, 6, 1, 4, 1, 1, 1, 4, 1, 6, 6, 6, 6, 6};
-    /* The customer block stays large on small paper styles: the courier reads it at arm's length. */
-    static const TextStyle small[ORDER_STYLE_SLOTS] = {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 6, 6, 6};
+    static const OrderStyleTable normal = {{6, 1, 8, 6, 6, 1, 4, 1, 1, 1, 4, 1, 6, 6, 6, 6, 6}};
+    /* The customer block stays large in the small style: the courier reads it at arm's length. */
+    static const OrderStyleTable small = {{1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 6, 6, 6}};
+    static const OrderStyleTable plain = {{0}};
     if (style && strcmp(style, "normal") == 0)
-        memcpy(table, normal, sizeof normal);
-    else if (style && strcmp(style, "small") == 0)
-        memcpy(table, small, sizeof small);
-    else
-        memset(table, 0, sizeof(TextStyle) * ORDER_STYLE_SLOTS);
+        return normal;
+    if (style && strcmp(style, "small") == 0)
+        return small;
+    return plain;
 }
 
 int32_t copy_feed_lines(const char *lines_between_copies)
@@ -53,11 +53,11 @@ static void add_blank_line(LineBuilder *lines, TextStyle style)
 
 /* "#17" and a word between runs of asterisks: the first and last line of every copy. */
 static void add_title_line(LineBuilder *lines, const OrderDocument *document, const char *word,
-                           const TextStyle *styles)
+                           const OrderStyleTable *styles)
 {
-    add_line_owned(lines, engine_sprintf("#%d", document->order->general->daySn), styles[ORDER_SLOT_SERIAL],
+    add_line_owned(lines, engine_sprintf("#%d", document->order->general->daySn), styles->slot[ORDER_SLOT_SERIAL],
                    ALIGNMENT_CENTRE, "*", LINE_END_FEED);
-    add_run(lines, (uint32_t)strlen(word), word, styles[ORDER_SLOT_TITLE_WORD]);
+    add_run(lines, (uint32_t)strlen(word), word, styles->slot[ORDER_SLOT_TITLE_WORD]);
 }
 
 /* Adds the lines of items (and, below each, its additions) in three columns: name, quantity, price. */
@@ -94,25 +94,25 @@ static void add_item_lines(LineBuilder *lines, const OrderItem *items, TextStyle
     }
 }
 
-static void add_group_lines(LineBuilder *lines, const OrderDetail *detail, const TextStyle *styles,
+static void add_group_lines(LineBuilder *lines, const OrderDetail *detail, const OrderStyleTable *styles,
                             uint32_t width)
 {
     for (const ItemGroup *group = detail->groups; group; group = group->next) {
         /* Discount groups were emptied into the extra group while parsing. */
         if (text_is(group->type, DISCOUNT_GROUP_TYPE))
             continue;
-        add_line(lines, group->name, styles[ORDER_SLOT_GROUP], ALIGNMENT_CENTRE, "-", LINE_END_FEED);
-        TextStyle style = text_is(group->type, EXTRA_GROUP_TYPE) ? styles[ORDER_SLOT_EXTRA_ITEM]
-                                                                 : styles[ORDER_SLOT_ITEM];
+        add_line(lines, group->name, styles->slot[ORDER_SLOT_GROUP], ALIGNMENT_CENTRE, "-", LINE_END_FEED);
+        TextStyle style = text_is(group->type, EXTRA_GROUP_TYPE) ? styles->slot[ORDER_SLOT_EXTRA_ITEM]
+                                                                 : styles->slot[ORDER_SLOT_ITEM];
         add_item_lines(lines, group->items, style, width, false);
     }
 }
 
 /* A rule, then the amount charged with its label at the left and the amount at the right. */
-static void add_amount_lines(LineBuilder *lines, const Order *order, const TextStyle *styles, uint32_t width)
+static void add_amount_lines(LineBuilder *lines, const Order *order, const OrderStyleTable *styles, uint32_t width)
 {
     add_line(lines, "", 0, ALIGNMENT_RIGHT, "-", LINE_END_FEED);
-    TextStyle style = styles[ORDER_SLOT_AMOUNT];
+    TextStyle style = styles->slot[ORDER_SLOT_AMOUNT];
     const char *label = text_is(order->general->payment, "online") ? "已付" : "应付";
     char money[ENGINE_MONEY_TEXT_SIZE];
     format_money(money, 0, order->detail->accounting->receipt);
@@ -135,11 +135,11 @@ static void add_amount_lines(LineBuilder *lines, const Order *order, const TextS
     add_blank_line(lines, 0);
 }
 
-static void add_customer_lines(LineBuilder *lines, const Order *order, const TextStyle *styles)
+static void add_customer_lines(LineBuilder *lines, const Order *order, const OrderStyleTable *styles)
 {
     const char *kind = order->general->kind;
     const Consignee *consignee = order->consignee;
-    TextStyle place = styles[ORDER_SLOT_CUSTOMER_PLACE];
+    TextStyle place = styles->slot[ORDER_SLOT_CUSTOMER_PLACE];
     if (!is_known_order_kind(kind))
         return;
     if (text_is(kind, "dine")) {
@@ -152,11 +152,11 @@ static void add_customer_lines(LineBuilder *lines, const Order *order, const Tex
         return;
     }
     add_line(lines, consignee->address, place, ALIGNMENT_LEFT, " ", LINE_END_FEED);
-    add_line(lines, consignee->name, styles[ORDER_SLOT_CUSTOMER_NAME], ALIGNMENT_LEFT, NULL, LINE_END_FEED);
+    add_line(lines, consignee->name, styles->slot[ORDER_SLOT_CUSTOMER_NAME], ALIGNMENT_LEFT, NULL, LINE_END_FEED);
     for (const PhoneNumber *phone = consignee->phones; phone && lines->rc == ENGINE_OK; phone = phone->next) {
         if (!phone->number || phone->number[0] == '\0')
             continue;
-        add_line_owned(lines, format_phone(phone->number), styles[ORDER_SLOT_CUSTOMER_PHONE], ALIGNMENT_LEFT,
+        add_line_owned(lines, format_phone(phone->number), styles->slot[ORDER_SLOT_CUSTOMER_PHONE], ALIGNMENT_LEFT,
                        " ", LINE_END_FEED);
     }
 }
@@ -176,31 +176,31 @@ static void add_barcode_lines(LineBuilder *lines, const char *id)
     add_blank_line(lines, 1);
 }
 
-static void add_body_lines(LineBuilder *lines, const OrderDocument *document, const TextStyle *styles,
+static void add_body_lines(LineBuilder *lines, const OrderDocument *document, const OrderStyleTable *styles,
                            uint32_t width)
 {
     const Order *order = document->order;
     const OrderGeneral *general = order->general;
     add_blank_line(lines, 0);
-    add_line(lines, document->restaurant->name, styles[ORDER_SLOT_RESTAURANT], ALIGNMENT_CENTRE, " ",
+    add_line(lines, document->restaurant->name, styles->slot[ORDER_SLOT_RESTAURANT], ALIGNMENT_CENTRE, " ",
              LINE_END_FEED);
     add_blank_line(lines, 0);
     add_line(lines, text_is(general->payment, "online") ? "--已在线支付--" : "--客户未付款--",
-             styles[ORDER_SLOT_PAYMENT], ALIGNMENT_CENTRE, " ", LINE_END_FEED);
+             styles->slot[ORDER_SLOT_PAYMENT], ALIGNMENT_CENTRE, " ", LINE_END_FEED);
     if (general->isBooked) {
         struct tm booked = local_time(general->bookedTime);
         add_line_owned(lines, engine_sprintf("预订%02d:%02d送达", booked.tm_hour, booked.tm_min),
-                       styles[ORDER_SLOT_BOOKED], ALIGNMENT_CENTRE, " ", LINE_END_FEED);
+                       styles->slot[ORDER_SLOT_BOOKED], ALIGNMENT_CENTRE, " ", LINE_END_FEED);
     }
     add_blank_line(lines, 0);
     struct tm created = local_time(general->createdTime);
     add_line_owned(lines,
                    engine_sprintf("[下单时间] %02d-%02d %02d:%02d", created.tm_mon, created.tm_mday,
                                   created.tm_hour, created.tm_min),
-                   styles[ORDER_SLOT_ORDER_TIME], ALIGNMENT_LEFT, " ", LINE_END_FEED);
+                   styles->slot[ORDER_SLOT_ORDER_TIME], ALIGNMENT_LEFT, " ", LINE_END_FEED);
     if (general->remark && general->remark[0] != '\0') {
-        add_line(lines, "[备注] ", styles[ORDER_SLOT_REMARK_LABEL], ALIGNMENT_LEFT, " ", LINE_END_FEED);
-        add_run(lines, (uint32_t)strlen(general->remark), general->remark, styles[ORDER_SLOT_REMARK]);
+        add_line(lines, "[备注] ", styles->slot[ORDER_SLOT_REMARK_LABEL], ALIGNMENT_LEFT, " ", LINE_END_FEED);
+        add_run(lines, (uint32_t)strlen(general->remark), general->remark, styles->slot[ORDER_SLOT_REMARK]);
     }
     add_blank_line(lines, 0);
     add_group_lines(lines, order->detail, styles, width);
@@ -234,16 +234,15 @@ EngineError layout_order(const OrderDocument *document, uint8_t **out, uint32_t 
     int32_t width = paper_width_chars(settings->width);
     if (width < 0)
         return ENGINE_ERROR_PAPER_WIDTH;
-    TextStyle styles[ORDER_STYLE_SLOTS];
-    order_style_table(settings->style, styles);
+    const OrderStyleTable styles = order_style_table(settings->style);
 
     OutputChunk *pieces = NULL;
     LineBuilder lines = {NULL, ENGINE_OK};
-    add_title_line(&lines, document, "Zhevo订单", styles);
+    add_title_line(&lines, document, "Zhevo订单", &styles);
     render_piece(&lines, &pieces, (uint32_t)width);
-    add_body_lines(&lines, document, styles, (uint32_t)width);
+    add_body_lines(&lines, document, &styles, (uint32_t)width);
     render_piece(&lines, &pieces, (uint32_t)width);
-    add_title_line(&lines, document, "完", styles);
+    add_title_line(&lines, document, "完", &styles);
     render_piece(&lines, &pieces, (uint32_t)width);
     if (lines.rc == ENGINE_OK) {
         uint8_t *feed = NULL;

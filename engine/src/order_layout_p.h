@@ -35,8 +35,13 @@ enum {
     ORDER_STYLE_SLOTS = 17
 };
 
-/* Fills table with the styles of a print style name: "normal", "small", anything else all zero. */
-void order_style_table(const char *style, TextStyle table[ORDER_STYLE_SLOTS]);
+/* The style of each part of the order receipt, by slot. */
+typedef struct OrderStyleTable {
+    TextStyle slot[ORDER_STYLE_SLOTS];
+} OrderStyleTable;
+
+/* The styles of a print style name: "normal", "small"; anything else gives all zero. */
+OrderStyleTable order_style_table(const char *style);
 
 /* Line feeds between copies for a "lines_between_copies" text: small 3, middle 5, large 7, else 5. */
 int32_t copy_feed_lines(const char *lines_between_copies);

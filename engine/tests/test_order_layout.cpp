@@ -242,20 +242,19 @@ TEST_F(OrderLayout, BarcodeLineFollowsTheCustomerWhenEnabled)
 
 TEST_F(OrderLayout, SmallStyleKeepsTheCustomerLarge)
 {
-    TextStyle table[ORDER_STYLE_SLOTS];
-    order_style_table("normal", table);
-    EXPECT_EQ(table[ORDER_SLOT_SERIAL], 6);
-    EXPECT_EQ(table[ORDER_SLOT_RESTAURANT], 8);
-    EXPECT_EQ(table[ORDER_SLOT_ITEM], 4);
-    EXPECT_EQ(table[ORDER_SLOT_EXTRA_ITEM], 1);
-    order_style_table("small", table);
-    EXPECT_EQ(table[ORDER_SLOT_SERIAL], 1);
-    EXPECT_EQ(table[ORDER_SLOT_ITEM], 1);
-    EXPECT_EQ(table[ORDER_SLOT_CUSTOMER_NAME], 6);
-    EXPECT_EQ(table[ORDER_SLOT_CUSTOMER_PLACE], 6);
-    order_style_table("large", table);
+    OrderStyleTable table = order_style_table("normal");
+    EXPECT_EQ(table.slot[ORDER_SLOT_SERIAL], 6);
+    EXPECT_EQ(table.slot[ORDER_SLOT_RESTAURANT], 8);
+    EXPECT_EQ(table.slot[ORDER_SLOT_ITEM], 4);
+    EXPECT_EQ(table.slot[ORDER_SLOT_EXTRA_ITEM], 1);
+    table = order_style_table("small");
+    EXPECT_EQ(table.slot[ORDER_SLOT_SERIAL], 1);
+    EXPECT_EQ(table.slot[ORDER_SLOT_ITEM], 1);
+    EXPECT_EQ(table.slot[ORDER_SLOT_CUSTOMER_NAME], 6);
+    EXPECT_EQ(table.slot[ORDER_SLOT_CUSTOMER_PLACE], 6);
+    table = order_style_table("large");
     for (int slot = 0; slot < ORDER_STYLE_SLOTS; slot++)
-        EXPECT_EQ(table[slot], 0) << slot;
+        EXPECT_EQ(table.slot[slot], 0) << slot;
 }
 
 TEST_F(OrderLayout, AnyOtherStylePrintsWithoutStyleCommands)
