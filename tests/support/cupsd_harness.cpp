@@ -45,7 +45,8 @@ bool socketAnswers(const QString& path)
 QString CupsdHarness::unavailableReason()
 {
     for (const char* program : {"cupsd", "lpadmin", "cupsdisable", "cupsenable", "cupsaccept", "cupsreject"})
-        if (findProgram(program).isEmpty()) return QStringLiteral("%1 not found (install cups-daemon and cups-client)").arg(program);
+        if (findProgram(program).isEmpty())
+            return QStringLiteral("%1 not found (install cups-daemon and cups-client)").arg(program);
     return {};
 }
 

@@ -327,7 +327,8 @@ private:
             if (got > 0) {
                 if (connection.file.get() < 0) {
                     connection.filePath = fs::path(m_options.outDir) / (".receiving-" + std::to_string(++m_received));
-                    connection.file = Fd(::open(connection.filePath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+                    connection.file =
+                        Fd(::open(connection.filePath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
                 }
                 if (connection.file.get() < 0 || !writeAll(connection.file.get(), buffer, static_cast<size_t>(got))) {
                     std::fprintf(stderr, "sb-virtual-printer: cannot save a job in %s: %s\n", m_options.outDir.c_str(),
@@ -379,7 +380,8 @@ private:
             const Clock::time_point now = Clock::now();
             for (const Connection& connection : m_open) {
                 // A hung connection is watched only for the peer going away, so that it can be let go.
-                fds.push_back({connection.socket.get(), static_cast<short>(connection.hung ? POLLRDHUP : POLLIN | POLLRDHUP), 0});
+                const short events = connection.hung ? POLLRDHUP : POLLIN | POLLRDHUP;
+                fds.push_back({connection.socket.get(), events, 0});
                 if (!connection.hung && connection.size > 0) {
                     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
                         connection.lastData + m_options.idleGap - now);

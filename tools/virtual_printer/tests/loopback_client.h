@@ -25,7 +25,10 @@ public:
     LoopbackClient& operator=(const LoopbackClient&) = delete;
 
     bool connected() const { return m_connected; }
-    bool send(const std::string& bytes) { return ::send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) == ssize_t(bytes.size()); }
+    bool send(const std::string& bytes)
+    {
+        return ::send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) == ssize_t(bytes.size());
+    }
     // Ends the data, as a spooler backend does when the job has been sent.
     void endData() { ::shutdown(m_fd, SHUT_WR); }
     // True when the printer closes the connection within the time.

@@ -88,7 +88,8 @@ TEST_F(PortsView, KeyIsMissingWhileTheSpoolerCannotBeAsked)
 TEST_F(PortsView, OnlyThePortsKeyExistsAndItsPathIsCaseInsensitive)
 {
     EXPECT_TRUE(RegKey::getExistKey(HKEY_LOCAL_MACHINE,
-                                    "system\\currentcontrolset\\control\\print\\monitors\\standard tcp/ip port\\ports\\",
+                                    "system\\currentcontrolset\\control\\print\\monitors\\"
+                                    "standard tcp/ip port\\ports\\",
                                     KEY_READ));
     EXPECT_FALSE(RegKey::getExistKey(HKEY_CURRENT_USER, kStandardTcpIpPortsKey, KEY_READ));
     EXPECT_FALSE(RegKey::getExistKey(HKEY_LOCAL_MACHINE, "SYSTEM\\CurrentControlSet\\Enum\\USB", KEY_READ));

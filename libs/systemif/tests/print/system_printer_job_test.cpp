@@ -123,7 +123,8 @@ TEST_F(SystemPrinterJob, JobTheSpoolerRefusesIsReportedNotDoneWithoutId)
     fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Refuse);
     for (const QString printer : {"Kitchen", "Rejecting", "Unknown"})
         EXPECT_EQ(PrintServics::printBySystemPrinter(printer, "receipt", Document(bytes), reports.callback()), 0);
-    EXPECT_EQ(reports.all(), (std::vector<Report>{{0, "Kitchen", false}, {0, "Rejecting", false}, {0, "Unknown", false}}));
+    EXPECT_EQ(reports.all(),
+              (std::vector<Report>{{0, "Kitchen", false}, {0, "Rejecting", false}, {0, "Unknown", false}}));
 }
 
 TEST_F(SystemPrinterJob, EmptyDocumentIsNotSent)
@@ -146,7 +147,8 @@ TEST_F(SystemPrinterJob, JobOnAStoppedPrinterIsReportedNotDoneAndCancelled)
 TEST_F(SystemPrinterJob, SpoolerThatStopsAnsweringEndsTheWaitNotDone)
 {
     fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
-    std::thread worker([&] { PrintServics::printBySystemPrinter("Kitchen", "receipt", Document(bytes), reports.callback()); });
+    std::thread worker(
+        [&] { PrintServics::printBySystemPrinter("Kitchen", "receipt", Document(bytes), reports.callback()); });
     ASSERT_TRUE(jobsArrive(1));
     fake.spooler.setReachable(false);
     worker.join();
@@ -157,7 +159,8 @@ TEST_F(SystemPrinterJob, SpoolerThatStopsAnsweringEndsTheWaitNotDone)
 TEST_F(SystemPrinterJob, JobWhosePrinterIsDeletedWhileItWaitsIsReportedNotDone)
 {
     fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
-    std::thread worker([&] { PrintServics::printBySystemPrinter("Kitchen", "receipt", Document(bytes), reports.callback()); });
+    std::thread worker(
+        [&] { PrintServics::printBySystemPrinter("Kitchen", "receipt", Document(bytes), reports.callback()); });
     ASSERT_TRUE(jobsArrive(1));
     fake.spooler.removeQueue("Kitchen");
     worker.join();
@@ -237,7 +240,8 @@ TEST_F(SystemPrinterJob, CancelTheSpoolerCannotTakeIsReportedAsFailed)
 
 TEST_F(SystemPrinterJob, WorkerWithoutSlotPrintsAsUsual)
 {
-    std::thread worker([&] { PrintServics::printBySystemPrinter("Kitchen", "r", Document(bytes), reports.callback()); });
+    std::thread worker(
+        [&] { PrintServics::printBySystemPrinter("Kitchen", "receipt", Document(bytes), reports.callback()); });
     worker.join();
     ASSERT_EQ(reports.all().size(), 1u);
     EXPECT_TRUE(reports.all()[0].done);

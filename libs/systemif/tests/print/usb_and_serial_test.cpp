@@ -138,9 +138,10 @@ protected:
             ASSERT_TRUE(QDir().mkpath(dir));
         ASSERT_TRUE(QFile::link(m_sys.filePath("bus/usb"), usbDevice + "/subsystem"));
         ASSERT_TRUE(QFile::link(m_sys.filePath("bus/usb"), usbInterface + "/subsystem"));
-        ASSERT_TRUE(QFile::link(m_sys.filePath("bus/platform"), m_sys.filePath("devices/platform/serial8250/subsystem")));
+        const QString serial8250 = m_sys.filePath("devices/platform/serial8250");
+        ASSERT_TRUE(QFile::link(m_sys.filePath("bus/platform"), serial8250 + "/subsystem"));
         ASSERT_TRUE(QFile::link(adapter, m_sys.filePath("class/tty/ttyUSB0/device")));
-        ASSERT_TRUE(QFile::link(m_sys.filePath("devices/platform/serial8250"), m_sys.filePath("class/tty/ttyS0/device")));
+        ASSERT_TRUE(QFile::link(serial8250, m_sys.filePath("class/tty/ttyS0/device")));
     }
 
     QTemporaryDir m_sys;
