@@ -61,8 +61,10 @@ protected:
     // The App file's profiles as saved on disk.
     QStringList savedProfileIds() const
     {
+        const QString path = appdataPath(QStringLiteral("Settings-App.json"));
+        if (!QFileInfo::exists(path)) return {};
         JsonDocument app;
-        if (!app.fromFile(appdataPath(QStringLiteral("Settings-App.json")))) return {QStringLiteral("<unreadable>")};
+        if (!app.fromFile(path)) return {QStringLiteral("<unreadable>")};
         return app.childrenNames({QStringLiteral("profiles")});
     }
     void makeLeftoverCache(int id) const
