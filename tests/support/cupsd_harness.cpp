@@ -8,6 +8,9 @@
 
 #include <cups/cups.h>
 
+#include <csignal>
+
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -41,6 +44,11 @@ bool socketAnswers(const QString& path)
 }
 
 }  // namespace
+
+void CupsdProcess::setupChildProcess()
+{
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+}
 
 QString CupsdHarness::unavailableReason()
 {

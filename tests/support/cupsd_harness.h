@@ -21,6 +21,12 @@
 
 namespace test_support {
 
+// cupsd as a child that ends with the test process, also when the test crashes.
+class CupsdProcess : public QProcess {
+protected:
+    void setupChildProcess() override;
+};
+
 class CupsdHarness {
 public:
     // Why the harness cannot run on this machine ("cupsd not found"); empty when it can.
@@ -65,7 +71,7 @@ private:
     bool waitUntilAnswering();
 
     std::unique_ptr<QTemporaryDir> m_dir;
-    QProcess m_cupsd;
+    CupsdProcess m_cupsd;
     QString m_error;
     QByteArray m_previousServer;
     bool m_hadPreviousServer = false;
