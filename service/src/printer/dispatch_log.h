@@ -1,0 +1,42 @@
+#pragma once
+//
+//  Not part of the library's interface: shared inside service_business and with its tests only.
+//
+// The log records of print dispatch (manager, workers and watchdog), all under one source unit. Workers
+// may be killed at any time, so a record is written with termination held off.
+
+#include "printer/termination_scope.h"
+
+#include "utility_business/log.h"
+
+namespace service_business {
+namespace dispatch_log {
+
+constexpr const char* kUnit = "src/printer/print_manager";
+
+// The entry record of an operation: "name:\t<qualified name>\narguments:\t<arguments>".
+template <typename... Arguments>
+void entry(int line, const char* function, const Arguments&... arguments)
+{
+    TerminationScope holdOff(TerminationScope::HoldOff);
+    utility_business::log::NormalLog record("function", kUnit, line);
+    record << "name:\t" << function << "\narguments:\t";
+    ((record << arguments), ...);
+}
+
+template <typename... Parts>
+void message(int line, const Parts&... parts)
+{
+    TerminationScope holdOff(TerminationScope::HoldOff);
+    utility_business::log::NormalLog record("message", kUnit, line);
+    ((record << parts), ...);
+}
+
+// An object's address as a decimal number, as the records name workers.
+inline unsigned long long address(const void* object)
+{
+    return reinterpret_cast<unsigned long long>(object);
+}
+
+}  // namespace dispatch_log
+}  // namespace service_business

@@ -1,0 +1,18 @@
+#pragma once
+//
+//  Not part of the library's interface: shared inside service_business and with its tests only.
+//
+// The watchdog's timing. The defaults are what the client runs with; tests of the kill logic shorten them.
+
+namespace service_business {
+
+struct DispatchTiming {
+    int jobLimitMs = 10000;       // a job may print this long before the watchdog kills it
+    int watchdogPeriodMs = 1000;  // how often the watchdog looks
+};
+
+DispatchTiming dispatchTiming();
+// Takes effect at the watchdog's next look.
+void setDispatchTimingForTesting(const DispatchTiming& timing);
+
+}  // namespace service_business
