@@ -231,8 +231,8 @@ TEST_F(FormatEntry, ManyThreadsGetTheSameBytes)
     EXPECT_EQ(mismatches.load(), 0);
 }
 
-// Every file under the regression folder is an input that once made the engine fail; each must now give
-// a result code like any other input.
+// Every NAME.input under the regression folder is a fuzz-format input (see fuzz_input.h) kept because it
+// broke the engine once or stresses a limit (nesting depth, output size); each must give a result code.
 TEST(FuzzRegression, EveryFoundInputFormatsOrFailsCleanly)
 {
     DIR* dir = opendir(ENGINE_REGRESSION_DIR);
