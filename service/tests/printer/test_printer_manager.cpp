@@ -1,0 +1,361 @@
+// The printer registry on the in-memory print services: what a collection holds, what counts as a change,
+// and the per-profile printer settings it keeps in the store.
+#include "../profile/service_home.h"
+
+#include "service_business/json_db.h"
+#include "service_business/json_db_browser.h"
+#include "service_business/os_printer_manager.h"
+#include "service_business/printer_manager.h"
+#include "service_business/profile_manager.h"
+
+#include "systemif/print_backend.h"
+#include "systemif/print_fake.h"
+#include "utility_business/json_document.h"
+
+#include <atomic>
+#include <memory>
+#include <thread>
+
+using namespace service_business;
+using namespace utility_business;
+using namespace utility_business::utility_enum;
+using namespace systemif::print;
+using service_business::json_db::JsonDB;
+
+namespace {
+
+// A pair listed in the drivers package's "libusb/supported".
+const unsigned short kSupportedVendor = 0x0416;
+const unsigned short kSupportedProduct = 0x5011;
+
+UsbDevice usbDevice(const QString& filename, unsigned short vendor, unsigned short product, bool printer = true)
+{
+    UsbDevice device;
+    device.bus = QStringLiteral("001");
+    device.filename = filename;
+    device.descriptor.idVendor = vendor;
+    device.descriptor.idProduct = product;
+    device.hasPrinterInterface = printer;
+    return device;
+}
+
+PrinterInfo record(const QString& name, PrinterType type, bool connected = true, const QString& model = QString())
+{
+    PrinterInfo info;
+    info.name = name;
+    info.type = type;
+    info.connected = connected;
+    info.model = model;
+    return info;
+}
+
+QStringList namesOf(const QList<PrinterInfo>& printers)
+{
+    QStringList names;
+    for (const PrinterInfo& info : printers) names << info.name;
+    return names;
+}
+
+class Registry : public test_support::ServiceHomeTest {
+protected:
+    QList<PrinterInfo> collectAndStore()
+    {
+        const QList<PrinterInfo> printers = PrinterManager::collectPrinters();
+        PrinterManager::updatePrinters(printers);
+        return printers;
+    }
+    PrinterModification changeAfter(const std::function<void()>& change)
+    {
+        const QList<PrinterInfo> before = PrinterManager::collectPrinters();
+        change();
+        return PrinterManager::checkPrinterModification(before, PrinterManager::collectPrinters());
+    }
+
+    FakePrintSystem m_fake;
+};
+
+// --- what a collection holds ---
+
+TEST_F(Registry, CollectsPrintSupportThenLibusbThenSpoolerPrintersWithIdsInThatOrder)
+{
+    m_fake.usbPrintSupport.attach(QStringLiteral("/dev/usb/lp0"));
+    m_fake.usbPrintSupport.attach(QStringLiteral("/dev/usb/lp1"));
+    m_fake.usbBus.attach(usbDevice(QStringLiteral("004"), kSupportedVendor, kSupportedProduct));
+    m_fake.spooler.addQueue(QStringLiteral("Kitchen"), QStringLiteral("POS-80 Series"), QStringLiteral("usb://V/K"));
+    m_fake.spooler.addQueue(QStringLiteral("Bar"), QStringLiteral("XP-58"), QStringLiteral("usb://V/B"));
+    m_fake.spooler.setStopped(QStringLiteral("Kitchen"), true);
+
+    const QList<PrinterInfo> printers = PrinterManager::collectPrinters();
+    ASSERT_EQ(namesOf(printers), (QStringList{QStringLiteral("Usb打印支持1"), QStringLiteral("Usb打印支持2"),
+                                               QStringLiteral("Libusb打印机"), QStringLiteral("Bar"),
+                                               QStringLiteral("Kitchen")}));
+    for (int i = 0; i < printers.size(); ++i) EXPECT_EQ(printers[i].id, i);
+    EXPECT_EQ(printers[1].type, PRINTER_USB_PRINT_SUPPORT);
+    EXPECT_EQ(printers[1].model, QStringLiteral("/dev/usb/lp1"));
+    EXPECT_TRUE(printers[1].connected);
+    EXPECT_EQ(printers[2].type, PRINTER_LIBUSB);
+    EXPECT_TRUE(printers[2].connected);
+    EXPECT_EQ(printers[3].type, PRINTER_SYSTEM_LOCAL);
+    EXPECT_EQ(printers[3].width, QStringLiteral("58mm"));
+    EXPECT_TRUE(printers[3].connected);
+    EXPECT_EQ(printers[4].width, QStringLiteral("80mm"));
+    EXPECT_FALSE(printers[4].connected) << "a stopped queue works offline";
+}
+
+TEST_F(Registry, OnlyAnAttachedSupportedPrinterIsTheLibusbPrinter)
+{
+    m_fake.usbBus.attach(usbDevice(QStringLiteral("002"), 0x1234, 0x5678));
+    m_fake.usbBus.attach(usbDevice(QStringLiteral("003"), kSupportedVendor, kSupportedProduct, false));
+    EXPECT_TRUE(PrinterManager::collectPrinters().isEmpty())
+        << "an unknown printer, and a supported device without a printer interface, are no libusb printer";
+
+    m_fake.usbBus.attach(usbDevice(QStringLiteral("005"), kSupportedVendor, kSupportedProduct));
+    EXPECT_EQ(namesOf(PrinterManager::collectPrinters()), QStringList{QStringLiteral("Libusb打印机")});
+}
+
+// A spooler whose listing holds two printers of one name, which the fakes cannot show.
+class TwinSpooler : public Spooler {
+public:
+    bool queues(QList<SpoolerQueue>& queues) override
+    {
+        SpoolerQueue first;
+        first.name = QStringLiteral("Kitchen");
+        first.makeAndModel = QStringLiteral("POS-58");
+        first.deviceUri = QStringLiteral("usb://V/K1");
+        SpoolerQueue second = first;
+        second.makeAndModel = QStringLiteral("POS-80");
+        second.deviceUri = QStringLiteral("usb://V/K2");
+        queues = {first, second};
+        return true;
+    }
+    std::unique_ptr<SpoolerJob> createJob(const QString&, const QString&) override { return nullptr; }
+    SpoolerCancel cancel(const QString&, int) override { return SpoolerCancel::Failed; }
+};
+
+TEST_F(Registry, SpoolerPrintersOfOneNameGiveOneRecordTheLaterOne)
+{
+    TwinSpooler twins;
+    PrintBackend backend = printBackend();
+    backend.spooler = &twins;
+    setPrintBackend(backend);
+    const QList<PrinterInfo> printers = OsPrinterManager::availableOSPrinterList();
+    setPrintBackend(PrintBackend{&m_fake.spooler, &m_fake.usbBus, &m_fake.usbPrintSupport, &m_fake.serialPorts});
+
+    ASSERT_EQ(printers.size(), 1);
+    EXPECT_EQ(printers[0].name, QStringLiteral("Kitchen"));
+    EXPECT_EQ(printers[0].model, QStringLiteral("POS-80"));
+}
+
+TEST_F(Registry, SpoolerPrinterOnAnUnsupportedPortIsNotListed)
+{
+    m_fake.spooler.addQueue(QStringLiteral("Archive"), QStringLiteral("PDF"), QStringLiteral("file:///dev/null"));
+    m_fake.spooler.addQueue(QStringLiteral("Chained"), QStringLiteral("POS-58"), QStringLiteral("beh:/1/3/5/usb://V/K"));
+    m_fake.spooler.addQueue(QStringLiteral("Kitchen"), QStringLiteral("POS-58"), QStringLiteral("parallel:/dev/lp0"));
+    EXPECT_EQ(namesOf(OsPrinterManager::availableOSPrinterList()), QStringList{QStringLiteral("Kitchen")});
+}
+
+TEST_F(Registry, NoSpoolerPrintersWhenTheSpoolerCannotBeAsked)
+{
+    m_fake.spooler.addQueue(QStringLiteral("Kitchen"), QStringLiteral("POS-58"), QStringLiteral("usb://V/K"));
+    m_fake.spooler.setReachable(false);
+    EXPECT_TRUE(OsPrinterManager::availableOSPrinterList().isEmpty());
+}
+
+// --- what counts as a change ---
+
+TEST_F(Registry, UnpluggingTheOnlyLibusbPrinterGives2AndPluggingOneIn1)
+{
+    m_fake.usbBus.attach(usbDevice(QStringLiteral("004"), kSupportedVendor, kSupportedProduct));
+    EXPECT_EQ(changeAfter([this] { m_fake.usbBus.detachAll(); }), PRINTER_REMOVED);
+    EXPECT_EQ(changeAfter([this] { m_fake.usbBus.attach(usbDevice(QStringLiteral("006"), kSupportedVendor, kSupportedProduct)); }),
+              PRINTER_ADDED);
+}
+
+TEST_F(Registry, OneLibusbPrinterReplacedByAnotherIsNoChange)
+{
+    const QList<PrinterInfo> before{record(QStringLiteral("Libusb打印机"), PRINTER_LIBUSB)};
+    const QList<PrinterInfo> after{record(QStringLiteral("other"), PRINTER_LIBUSB, false)};
+    EXPECT_EQ(PrinterManager::checkPrinterModification(before, after), PRINTER_UNCHANGED);
+}
+
+TEST_F(Registry, NetworkPrinterGoingOfflineWhileALocalOneIsPluggedInGives3)
+{
+    const QList<PrinterInfo> before{record(QStringLiteral("Bar"), PRINTER_SYSTEM_NETWORK, true)};
+    const QList<PrinterInfo> after{record(QStringLiteral("Bar"), PRINTER_SYSTEM_NETWORK, false),
+                                   record(QStringLiteral("Kitchen"), PRINTER_SYSTEM_LOCAL, true)};
+    EXPECT_EQ(PrinterManager::checkPrinterModification(before, after), PRINTER_ADDED_AND_REMOVED);
+    EXPECT_EQ(PrinterManager::checkPrinterModification(after, before), PRINTER_ADDED_AND_REMOVED)
+        << "coming back online while the local one goes";
+}
+
+TEST_F(Registry, SpoolerPrinterLosingOrRegainingItsConnectionGives2Or1)
+{
+    m_fake.spooler.addQueue(QStringLiteral("Kitchen"), QStringLiteral("POS-58"), QStringLiteral("usb://V/K"));
+    m_fake.spooler.addQueue(QStringLiteral("Bar"), QStringLiteral("POS-58"), QStringLiteral("usb://V/B"));
+    EXPECT_EQ(changeAfter([this] { m_fake.spooler.setStopped(QStringLiteral("Kitchen"), true); }), PRINTER_REMOVED);
+    EXPECT_EQ(changeAfter([this] { m_fake.spooler.setStopped(QStringLiteral("Kitchen"), false); }), PRINTER_ADDED);
+    EXPECT_EQ(changeAfter([this] { m_fake.spooler.setAcceptingJobs(QStringLiteral("Bar"), false); }), PRINTER_REMOVED);
+    EXPECT_EQ(changeAfter([] {}), PRINTER_UNCHANGED);
+}
+
+TEST_F(Registry, SpoolerPrintersAreMatchedByNameAndPrintSupportPrintersByDevice)
+{
+    m_fake.spooler.addQueue(QStringLiteral("Kitchen"), QStringLiteral("POS-58"), QStringLiteral("usb://V/K"));
+    m_fake.usbPrintSupport.attach(QStringLiteral("/dev/usb/lp0"));
+    // Another driver for the same queue name is the same printer.
+    EXPECT_EQ(changeAfter([this] {
+                  m_fake.spooler.addQueue(QStringLiteral("Kitchen"), QStringLiteral("POS-80"), QStringLiteral("usb://V/K"));
+              }),
+              PRINTER_UNCHANGED);
+    // A renamed queue is one printer gone and one come.
+    EXPECT_EQ(changeAfter([this] {
+                  m_fake.spooler.removeQueue(QStringLiteral("Kitchen"));
+                  m_fake.spooler.addQueue(QStringLiteral("Kitchen 2"), QStringLiteral("POS-80"), QStringLiteral("usb://V/K"));
+              }),
+              PRINTER_ADDED_AND_REMOVED);
+    // Print-support printers keep their names by position, so only the device tells them apart.
+    EXPECT_EQ(changeAfter([this] {
+                  m_fake.usbPrintSupport.detachAll();
+                  m_fake.usbPrintSupport.attach(QStringLiteral("/dev/usb/lp1"));
+              }),
+              PRINTER_ADDED_AND_REMOVED);
+}
+
+TEST_F(Registry, EachRecordOfBeforeMatchesOneOfAfter)
+{
+    const QList<PrinterInfo> two{record(QStringLiteral("Kitchen"), PRINTER_SYSTEM_LOCAL),
+                                 record(QStringLiteral("Kitchen"), PRINTER_SYSTEM_LOCAL)};
+    const QList<PrinterInfo> one{record(QStringLiteral("Kitchen"), PRINTER_SYSTEM_LOCAL)};
+    EXPECT_EQ(PrinterManager::checkPrinterModification(two, one), PRINTER_REMOVED);
+    EXPECT_EQ(PrinterManager::checkPrinterModification(one, two), PRINTER_ADDED);
+    EXPECT_EQ(PrinterManager::checkPrinterModification({}, {}), PRINTER_UNCHANGED);
+    EXPECT_EQ(PrinterManager::checkPrinterModification({record(QStringLiteral("x"), PRINTER_UNUSABLE)}, {}),
+              PRINTER_UNCHANGED)
+        << "records of no usable type are not compared";
+}
+
+// --- per-profile settings in the store ---
+
+class RegistryStore : public Registry {
+protected:
+    void SetUp() override
+    {
+        Registry::SetUp();
+        m_fake.spooler.addQueue(QStringLiteral("Bar"), QStringLiteral("XP-58"), QStringLiteral("usb://V/B"));
+        m_fake.spooler.addQueue(QStringLiteral("Kitchen"), QStringLiteral("POS-80 Series"), QStringLiteral("usb://V/K"));
+        collectAndStore();  // Bar 0, Kitchen 1
+        ASSERT_EQ(addProfile(QStringLiteral("Noodle Bar")), 1);
+    }
+    QString storedLocal(const KeyPath& path) const
+    {
+        JsonDocument local;
+        if (!local.fromFile(appdataPath(QStringLiteral("Profiles/1/Settings-Local.json")))) return QStringLiteral("<unreadable>");
+        return local.toString(path);
+    }
+};
+
+TEST_F(RegistryStore, EnablingStores58mmAndOneCopyOfEachKindWhateverThePrinterWidth)
+{
+    ASSERT_EQ(PrinterManager::printerInfo(1, 1).width, QStringLiteral("80mm"));
+    PrintCopies basis;  // not what a newly enabled printer gets
+    basis.copiesCountOfOrder = 5;
+    ASSERT_TRUE(PrinterManager::setBasisPrintCopies(1, basis));
+
+    ASSERT_TRUE(PrinterManager::enablePrinter(1, 1));
+    JsonDocument expected;
+    ASSERT_TRUE(expected.addNode(QStringLiteral(R"({"width":"58mm","copiesCountOfOrder":1,"copiesCountOfDineOrder":1,"copiesCountOfPhoneOrder":1})"),
+                                 {}));
+    EXPECT_EQ(storedLocal({QStringLiteral("printers"), QStringLiteral("1")}), expected.toString());
+    EXPECT_EQ(namesOf(PrinterManager::enabledPrinterInfoList(1)), QStringList{QStringLiteral("Kitchen")});
+}
+
+TEST_F(RegistryStore, EnablingAPrinterTheStoreDoesNotHoldStoresNothing)
+{
+    const QString before = storedLocal({});
+    EXPECT_FALSE(PrinterManager::enablePrinter(1, 7));
+    EXPECT_EQ(storedLocal({}), before);
+    EXPECT_TRUE(PrinterManager::enabledPrinterInfoList(1).isEmpty());
+}
+
+TEST_F(RegistryStore, DisablingOneOrAllLeavesTheBasisSettings)
+{
+    ASSERT_TRUE(PrinterManager::enablePrinter(1, 0));
+    ASSERT_TRUE(PrinterManager::enablePrinter(1, 1));
+    EXPECT_TRUE(PrinterManager::disablePrinter(1, 0));
+    EXPECT_EQ(namesOf(PrinterManager::enabledPrinterInfoList(1)), QStringList{QStringLiteral("Kitchen")});
+    EXPECT_FALSE(PrinterManager::disablePrinter(1, 0)) << "not enabled any more";
+
+    PrinterManager::disableAllPrinter(1);
+    EXPECT_TRUE(PrinterManager::enabledPrinterInfoList(1).isEmpty());
+    EXPECT_FALSE(storedLocal({QStringLiteral("printers"), QStringLiteral("defaulePrinterProperties")}).isEmpty());
+}
+
+TEST_F(RegistryStore, EnabledLibusbPrinterIsListedOnlyWhileOneIsAttached)
+{
+    m_fake.usbBus.attach(usbDevice(QStringLiteral("004"), kSupportedVendor, kSupportedProduct));
+    collectAndStore();  // Libusb 0, Bar 1, Kitchen 2
+    ASSERT_TRUE(PrinterManager::enablePrinter(1, 0));
+    ASSERT_TRUE(PrinterManager::enablePrinter(1, 2));
+    EXPECT_EQ(namesOf(PrinterManager::enabledPrinterInfoList(1)),
+              (QStringList{QStringLiteral("Libusb打印机"), QStringLiteral("Kitchen")}));
+
+    m_fake.usbBus.detachAll();
+    EXPECT_EQ(namesOf(PrinterManager::enabledPrinterInfoList(1)), QStringList{QStringLiteral("Kitchen")});
+}
+
+TEST_F(RegistryStore, EveryInstanceIsANewPrinterDeletedWithItsLastReference)
+{
+    common::RefPtr<Printer> first = PrinterManager::instancePrinter(1, 1);
+    const common::RefPtr<Printer> second = PrinterManager::instancePrinter(1, 1);
+    EXPECT_NE(first, second);
+    EXPECT_EQ(first->profileID(), 1);
+    EXPECT_EQ(first->id(), 1);
+    EXPECT_EQ(first->name(), QStringLiteral("Kitchen"));
+
+    const std::weak_ptr<Printer> watch = first;
+    common::RefPtr<Printer> copy = first;
+    first.reset();
+    EXPECT_FALSE(watch.expired());
+    copy.reset();
+    EXPECT_TRUE(watch.expired());
+}
+
+TEST_F(RegistryStore, SettingsForwardsReachTheStore)
+{
+    ASSERT_TRUE(PrinterManager::enablePrinter(1, 0));
+    PrinterSettings settings;
+    settings.copiesCountOfDineOrder = 3;
+    EXPECT_TRUE(PrinterManager::updatePrinterSettings(1, 0, settings));
+    EXPECT_EQ(PrinterManager::printerSettings(1, 0).copiesCountOfDineOrder, 3);
+    EXPECT_FALSE(PrinterManager::updatePrinterSettings(1, 1, settings)) << "Kitchen is not enabled";
+
+    EXPECT_TRUE(PrinterManager::updatePrinterWidth(0, QStringLiteral("80mm")));
+    EXPECT_EQ(PrinterManager::printerSettings(1, 0).width, QStringLiteral("80mm"));
+    EXPECT_EQ(PrinterManager::basisPrinterSettings(1).width, QStringLiteral("80mm")) << "the width of printer 0";
+
+    EXPECT_TRUE(PrinterManager::setPrinterSettingsMode(1, PRINTER_SETTINGS_ADVANCE));
+    EXPECT_EQ(PrinterManager::printerSettingsMode(1), PRINTER_SETTINGS_ADVANCE);
+
+    GlobalPrintSettings global;
+    global.fontStyle = QStringLiteral("small");
+    EXPECT_TRUE(PrinterManager::setGlobalPrintSettings(global));
+    EXPECT_EQ(PrinterManager::globalPrintSettings().fontStyle, QStringLiteral("small"));
+    EXPECT_EQ(PrinterManager::printerInfoList().size(), 2);
+}
+
+TEST_F(RegistryStore, HeldPrinterListMakesTheOtherThreadsWait)
+{
+    PrinterManager::lockPrinters();
+    std::atomic<bool> listed{false};
+    std::thread reader([&listed] {
+        PrinterManager::printerInfoList();
+        listed = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    EXPECT_FALSE(listed.load()) << "the list was read while it was held";
+    PrinterManager::unlockPrinters();
+    reader.join();
+    EXPECT_TRUE(listed.load());
+}
+
+}  // namespace

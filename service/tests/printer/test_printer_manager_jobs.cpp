@@ -1,0 +1,133 @@
+// A new collection of printers moves the queued jobs of each printer to its new id, and ends those of a
+// printer that went away. The jobs run on the fake spooler, which can hold a job until the test lets it go.
+#include "../profile/service_home.h"
+
+#include "service_business/print_manager.h"
+#include "service_business/printer_manager.h"
+
+#include "systemif/print_fake.h"
+
+#include "thread_kill.h"
+
+#include <QByteArray>
+#include <QMap>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+using namespace service_business;
+using namespace utility_business;
+using namespace systemif::print;
+using namespace std::chrono_literals;
+
+namespace {
+
+// Outcomes told to job callbacks, from the workers' threads.
+class Outcomes {
+public:
+    std::function<void(bool)> callback(int job)
+    {
+        return [this, job](bool printed) {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_told[job] = printed;
+            m_changed.notify_all();
+        };
+    }
+    // The job's outcome; nullopt when none was told within the hang guard.
+    std::optional<bool> waitFor(int job)
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        if (!m_changed.wait_for(lock, 8s, [&] { return m_told.contains(job); })) return std::nullopt;
+        return m_told.value(job);
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    QMap<int, bool> m_told;
+};
+
+class RegistryJobs : public test_support::ServiceHomeTest {
+protected:
+    void SetUp() override
+    {
+        ServiceHomeTest::SetUp();
+        m_fake.spooler.addQueue(QStringLiteral("A"), QStringLiteral("POS-58"), QStringLiteral("usb://V/A"));
+        m_fake.spooler.addQueue(QStringLiteral("Kitchen"), QStringLiteral("POS-58"), QStringLiteral("usb://V/K"));
+        PrinterManager::updatePrinters(PrinterManager::collectPrinters());  // A 0, Kitchen 1
+    }
+    void TearDown() override
+    {
+        PrintManager::printerHasChanged({});  // no worker outlives the test's fakes
+        ServiceHomeTest::TearDown();
+    }
+    PrinterInfo stored(const QString& name) const
+    {
+        for (const PrinterInfo& info : PrinterManager::printerInfoList())
+            if (info.name == name) return info;
+        return PrinterInfo();
+    }
+    // Queues a job that the spooler holds in processing, and a second one behind it.
+    int holdPrinterBusy(const PrinterInfo& printer)
+    {
+        m_fake.spooler.setJobOutcome(printer.name, FakeSpooler::JobOutcome::Hang);
+        PrintManager::printOrder(printer, QByteArrayLiteral("first"), m_outcomes.callback(1));
+        const auto deadline = std::chrono::steady_clock::now() + 5s;
+        while (std::chrono::steady_clock::now() < deadline) {
+            for (const FakeSpooler::Job& job : m_fake.spooler.jobs())
+                if (job.printer == printer.name && job.state == SpoolerJobState::Processing) {
+                    PrintManager::printOrder(printer, QByteArrayLiteral("second"), m_outcomes.callback(2));
+                    return job.id;
+                }
+            std::this_thread::sleep_for(10ms);
+        }
+        return 0;
+    }
+
+    FakePrintSystem m_fake;
+    Outcomes m_outcomes;
+};
+
+TEST_F(RegistryJobs, QueuedJobFollowsItsPrinterToItsNewId)
+{
+    const PrinterInfo kitchen = stored(QStringLiteral("Kitchen"));
+    ASSERT_EQ(kitchen.id, 1);
+    const int held = holdPrinterBusy(kitchen);
+    ASSERT_NE(held, 0) << "the first job never reached the spooler";
+
+    m_fake.spooler.removeQueue(QStringLiteral("A"));
+    PrinterManager::updatePrinters(PrinterManager::collectPrinters());
+    const PrinterInfo moved = stored(QStringLiteral("Kitchen"));
+    ASSERT_EQ(moved.id, 0);
+    m_fake.spooler.setJobOutcome(QStringLiteral("Kitchen"), FakeSpooler::JobOutcome::Complete);
+    // A job for the new id joins the same queue, behind the one that moved there.
+    PrintManager::printOrder(moved, QByteArrayLiteral("third"), m_outcomes.callback(3));
+
+    m_fake.spooler.cancel(QStringLiteral("Kitchen"), held);
+    EXPECT_EQ(m_outcomes.waitFor(1), std::optional<bool>(false));
+    EXPECT_EQ(m_outcomes.waitFor(2), std::optional<bool>(true)) << "the queued job was dropped with its old id";
+    EXPECT_EQ(m_outcomes.waitFor(3), std::optional<bool>(true));
+    EXPECT_EQ(m_fake.spooler.printed(QStringLiteral("Kitchen")),
+              (QList<QByteArray>{QByteArray("second", 7), QByteArray("third", 6)}));
+}
+
+TEST_F(RegistryJobs, JobsOfAPrinterThatWentAwayAreToldFalse)
+{
+    SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();  // the busy worker of the printer is killed
+    const PrinterInfo a = stored(QStringLiteral("A"));
+    ASSERT_NE(holdPrinterBusy(a), 0) << "the first job never reached the spooler";
+
+    // The queue now sends where the client cannot print; its jobs stay at the spooler, held.
+    m_fake.spooler.addQueue(QStringLiteral("A"), QStringLiteral("POS-58"), QStringLiteral("file:///dev/null"));
+    PrinterManager::updatePrinters(PrinterManager::collectPrinters());
+    ASSERT_EQ(PrinterManager::printerInfoList().size(), 1);
+
+    EXPECT_EQ(m_outcomes.waitFor(2), std::optional<bool>(false));
+    EXPECT_EQ(m_outcomes.waitFor(1), std::optional<bool>(false));
+    EXPECT_TRUE(m_fake.spooler.printed(QStringLiteral("A")).isEmpty());
+}
+
+}  // namespace
