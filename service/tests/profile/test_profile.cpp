@@ -68,14 +68,6 @@ TEST_F(ProfileTest, SettingsGoThroughTheStoreToItsFiles)
     EXPECT_EQ(reloaded.profileInfo().mobile, QStringLiteral("13800000000"));
 }
 
-TEST_F(ProfileTest, SettingsOfAProfileTheStoreDoesNotHoldAreRefused)
-{
-    Profile stranger(42, QString());
-    EXPECT_FALSE(stranger.setWindowInfo(WindowInfo()));
-    EXPECT_FALSE(stranger.setUserConfig(UserConfig()));
-    EXPECT_FALSE(QFileInfo::exists(appdataPath(QStringLiteral("Profiles/42"))));
-}
-
 TEST_F(ProfileTest, BrowserCacheIsMadeUnderTheCacheHomeAndCleanedWithItsContents)
 {
     const Profile profile(3, QString());
@@ -137,11 +129,6 @@ TEST_F(ProfileTest, PrintsItsNameAndWhetherInUse)
     text.clear();
     QDebug(&text).nospace() << *profile;
     EXPECT_EQ(text, QStringLiteral("Noodle Bar: is using"));
-}
-
-TEST_F(ProfileTest, DefaultConfigIsTheRecordsDefault)
-{
-    EXPECT_EQ(Profile::defaultConfig(1).toJson(), UserConfig().toJson());
 }
 
 struct ScreenCase {
