@@ -1,0 +1,165 @@
+// A Printer of a profile reads its record from the settings store each time (real files in a fresh home),
+// refreshes spooler printers from the fake spooler, and gives the formatter its settings.
+#include "printer_test_support.h"
+#include "service_home.h"
+
+#include "service_business/json_db.h"
+#include "service_business/json_db_browser.h"
+#include "service_business/json_db_updater.h"
+#include "service_business/printer.h"
+#include "service_business/printer_manager.h"
+
+#include <gtest/gtest.h>
+
+using namespace utility_business;
+using service_business::Printer;
+using service_business::PrinterManager;
+using service_business::json_db::JsonDB;
+
+namespace {
+
+const char* const kAppSettings = R"({
+    "profiles": {"1": {"username": "shop"}},
+    "print": {
+        "printers": {
+            "0": {"name": "Kitchen", "model": "old model", "width": "80mm", "connectionType": "local",
+                  "portName": "USB009", "hostAddress": "", "port": "", "connected": false, "type": 1},
+            "3": {"name": "Libusb", "model": "", "width": "58mm", "connectionType": "", "portName": "",
+                  "hostAddress": "", "port": "", "connected": false, "type": 3},
+            "4": {"name": "Usb1", "model": "/dev/usb/lp0", "width": "58mm", "connectionType": "", "portName": "",
+                  "hostAddress": "", "port": "", "connected": false, "type": 4}
+        },
+        "isConvertToPinyinEnabled": true,
+        "isSimplifyChineseEnabled": false,
+        "isPrintBarcodeEnabled": true,
+        "spacingBetweenCopies": "large",
+        "fontStyle": "small"
+    }
+})";
+
+const char* const kProfileSettings = R"({
+    "username": "shop",
+    "printers": {
+        "defaulePrinterProperties": {"width": "58mm", "copiesCountOfOrder": 2, "copiesCountOfDineOrder": 3,
+                                     "copiesCountOfPhoneOrder": 4},
+        "0": {"width": "58mm", "copiesCountOfOrder": 1, "copiesCountOfDineOrder": 1, "copiesCountOfPhoneOrder": 1}
+    }
+})";
+
+class PrinterInstance : public test_support::ServiceHomeTest {
+protected:
+    void SetUp() override
+    {
+        ServiceHomeTest::SetUp();
+        writeFile(appdataPath("Settings-App.json"), QString::fromUtf8(kAppSettings));
+        writeFile(appdataPath("Profiles/1/Settings-Local.json"), QString::fromUtf8(kProfileSettings));
+        writeFile(appdataPath("Profiles/1/Settings-Runtime.json"), QStringLiteral("{}"));
+        service_business::json_db::resetJsonDBForTests();
+        m_fake.spooler.addQueue("Kitchen", "POS-80 Series", "usb://Vendor/TM-T20");
+    }
+
+    systemif::print::FakePrintSystem m_fake;
+};
+
+}  // namespace
+
+TEST_F(PrinterInstance, ReadsItsStoredRecordAfreshEachTime)
+{
+    const auto printer = PrinterManager::instancePrinter(1, 0);
+    ASSERT_TRUE(printer);
+    EXPECT_EQ(printer->id(), 0);
+    EXPECT_EQ(printer->profileID(), 1);
+    EXPECT_EQ(printer->name(), "Kitchen");
+    EXPECT_EQ(printer->type(), utility_enum::PRINTER_SYSTEM_LOCAL);
+    EXPECT_EQ(printer->width(), "80mm");
+    ASSERT_TRUE(JsonDB::updater()->updatePrinterWidth(0, QStringLiteral("58mm")));
+    EXPECT_EQ(printer->width(), "58mm");
+}
+
+TEST_F(PrinterInstance, PrinterInfoOfASpoolerPrinterIsRefreshedAndItsConnectionTested)
+{
+    const auto printer = PrinterManager::instancePrinter(1, 0);
+    PrinterInfo info = printer->printerInfo();
+    EXPECT_EQ(info.id, 0);
+    EXPECT_EQ(info.model, "POS-80 Series");
+    EXPECT_EQ(info.portName, "USB001");
+    EXPECT_EQ(info.width, "80mm") << "a stored width is kept";
+    EXPECT_TRUE(info.connected);
+    EXPECT_EQ(JsonDB::browser()->printerInfo(1, 0).model, "old model") << "the store is not written";
+
+    m_fake.spooler.setStopped("Kitchen", true);
+    EXPECT_FALSE(printer->printerInfo().connected);
+    m_fake.spooler.removeQueue("Kitchen");
+    info = printer->printerInfo();
+    EXPECT_EQ(info.portName, "USB009") << "a printer the spooler does not know keeps its stored record";
+    EXPECT_FALSE(info.connected);
+}
+
+TEST_F(PrinterInstance, PrinterInfoOfUsbPrintersComesFromTheStore)
+{
+    const PrinterInfo libusb = PrinterManager::instancePrinter(1, 3)->printerInfo();
+    EXPECT_EQ(libusb.name, "Libusb");
+    EXPECT_FALSE(libusb.connected) << "no supported libusb printer is attached";
+    systemif::print::UsbDevice device;
+    device.filename = QStringLiteral("004");
+    device.descriptor.idVendor = printer_test::kSupportedVendor;
+    device.descriptor.idProduct = printer_test::kSupportedProduct;
+    device.hasPrinterInterface = true;
+    m_fake.usbBus.attach(device);
+    EXPECT_TRUE(PrinterManager::instancePrinter(1, 3)->printerInfo().connected);
+
+    const PrinterInfo usb = PrinterManager::instancePrinter(1, 4)->printerInfo();
+    EXPECT_EQ(usb.model, "/dev/usb/lp0");
+    EXPECT_TRUE(usb.connected);
+}
+
+TEST_F(PrinterInstance, SetPrintCopiesStoresThemForAnEnabledPrinterOnly)
+{
+    PrintCopies copies;
+    copies.copiesCountOfOrder = 2;
+    copies.copiesCountOfDineOrder = 5;
+    copies.copiesCountOfPhoneOrder = 7;
+    EXPECT_TRUE(PrinterManager::instancePrinter(1, 0)->setPrintCopies(copies));
+    EXPECT_EQ(JsonDB::browser()->printCopies(1, 0).toJson(), copies.toJson());
+    EXPECT_FALSE(PrinterManager::instancePrinter(1, 4)->setPrintCopies(copies));
+}
+
+TEST_F(PrinterInstance, PrintDocPrintsNothingAndNeverCalls)
+{
+    bool called = false;
+    EXPECT_TRUE(PrinterManager::instancePrinter(1, 0)->printDoc("Table 1\n", [&](bool) { called = true; }));
+    EXPECT_FALSE(called);
+    EXPECT_TRUE(m_fake.spooler.jobs().isEmpty());
+}
+
+TEST_F(PrinterInstance, BasisSummarySettingsTakeTheProfilesCopiesAndTheSecondGlobalSwitch)
+{
+    const SummaryPrintSettings settings = Printer::getBasisSummaryPrintSettings(1);
+    EXPECT_EQ(settings.width, "80mm") << "the basis settings print on the paper of printer 0";
+    EXPECT_EQ(settings.copiesOfOnlineOrder, 2);
+    EXPECT_EQ(settings.copiesOfDineOrder, 3);
+    EXPECT_EQ(settings.copiesOfPhoneOrder, 4);
+    // The barcode follows "isSimplifyChineseEnabled", not "isPrintBarcodeEnabled".
+    EXPECT_FALSE(settings.isPrintBarcodeEnabled);
+    EXPECT_EQ(settings.lines_between_copies, "large");
+    EXPECT_EQ(settings.style, "small");
+}
+
+TEST_F(PrinterInstance, SummarySettingsOfAPrinterTakeItsWidthAndDefaultCopies)
+{
+    const SummaryPrintSettings settings = Printer::getSummaryPrintSettings(1, 3);
+    EXPECT_EQ(settings.width, "58mm");
+    EXPECT_EQ(settings.copiesOfOnlineOrder, 1);
+    EXPECT_EQ(settings.copiesOfDineOrder, 1);
+    EXPECT_EQ(settings.copiesOfPhoneOrder, 1);
+    EXPECT_FALSE(settings.isPrintBarcodeEnabled);
+    EXPECT_EQ(settings.lines_between_copies, "large");
+    EXPECT_EQ(settings.style, "small");
+
+    GlobalPrintSettings global = JsonDB::browser()->globalPrintSettings();
+    global.isSimplifyChineseEnabled = true;
+    global.isPrintBarcodeEnabled = false;
+    ASSERT_TRUE(JsonDB::updater()->setPrinterGlobalSettings(global));
+    EXPECT_TRUE(Printer::getSummaryPrintSettings(1, 3).isPrintBarcodeEnabled);
+    EXPECT_TRUE(Printer::getBasisSummaryPrintSettings(1).isPrintBarcodeEnabled);
+}
