@@ -21,6 +21,12 @@
 #include <QString>
 #include <QTemporaryDir>
 
+#include <ostream>
+
+// Readable failure messages for Qt texts; defined by test_support::qstring_printer, or by the test
+// program's own support library.
+void PrintTo(const QString& text, std::ostream* out);
+
 namespace test_support {
 
 class ServiceHomeTest : public ::testing::Test {
