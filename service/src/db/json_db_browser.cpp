@@ -4,23 +4,17 @@
 
 #include "utility_business/json_document.h"
 
+#include "db/settings_files.h"
+
 namespace service_business {
 namespace json_db {
 
 using namespace utility_business;
+using namespace settings_keys;
 
 namespace {
-const QString kBasis = QStringLiteral("basis");
-const QString kGeneral = QStringLiteral("general");
-const QString kLocal = QStringLiteral("local");
-const QString kRuntime = QStringLiteral("runtime");
-const QString kPrint = QStringLiteral("print");
-const QString kPrinters = QStringLiteral("printers");
-const QString kWidth = QStringLiteral("width");
-const QString kBasisPrinterProperties = QStringLiteral("defaulePrinterProperties");  // spelt so in the files
 const QString kDefaultWidth = QStringLiteral("58mm");
 
-QString id(int value) { return QString::number(value); }
 
 // The first non-empty text at `path` in the App document, then in the Basis document.
 QString appOrBasisText(const JsonDocument& app, const JsonDocument& basis, const KeyPath& path)
@@ -101,12 +95,12 @@ QMap<int, QString> Browser::profilesMap() const
 
 QString Browser::profileName(int profileId) const
 {
-    return m_db->m_profilesDocument.getString({id(profileId), kLocal, QStringLiteral("username")});
+    return m_db->m_profilesDocument.getString({idKey(profileId), kLocal, QStringLiteral("username")});
 }
 
 ProfileInfo Browser::profileInfo(int profileId) const
 {
-    const QString text = m_db->m_profilesDocument.toString({id(profileId), kLocal});
+    const QString text = m_db->m_profilesDocument.toString({idKey(profileId), kLocal});
     return ProfileInfo::fromJson(text.isEmpty() ? QStringLiteral("{}") : text);
 }
 
@@ -114,7 +108,7 @@ UserConfig Browser::userConfig(int profileId) const
 {
     UserConfig config;
     config.isLaunchAfterSystemStartupEnabled = m_db->m_profilesDocument.getBool(
-        {id(profileId), kLocal, kGeneral, QStringLiteral("isLaunchAfterSystemStartupEnabled")},
+        {idKey(profileId), kLocal, kGeneral, QStringLiteral("isLaunchAfterSystemStartupEnabled")},
         config.isLaunchAfterSystemStartupEnabled);
     config.closeButtonAction =
         m_db->m_appDocument.getInt({kGeneral, QStringLiteral("closeButtonAction")}, config.closeButtonAction);
@@ -138,7 +132,7 @@ bool Browser::hasAppLaunchAtStartUp() const
 WindowInfo Browser::windowInfo(int profileId) const
 {
     const JsonDocument& doc = m_db->m_profilesDocument;
-    const QString profile = id(profileId);
+    const QString profile = idKey(profileId);
     auto member = [&](const char* name) { return KeyPath{profile, kRuntime, QStringLiteral("window_info"), QLatin1String(name)}; };
     WindowInfo info;  // the read defaults: 1008 x 665 at 0, 0, zoom 100, not maximised
     info.maximize = doc.getBool(member("maximize"), info.maximize);
@@ -153,13 +147,13 @@ WindowInfo Browser::windowInfo(int profileId) const
 utility_enum::PrinterSettingsMode Browser::printerSettingsMode(int profileId) const
 {
     const QString mode = m_db->m_profilesDocument.getString(
-        {id(profileId), kLocal, kGeneral, QStringLiteral("printerSettingsMode")}, QStringLiteral("basis"));
+        {idKey(profileId), kLocal, kGeneral, QStringLiteral("printerSettingsMode")}, QStringLiteral("basis"));
     return mode == QLatin1String("basis") ? utility_enum::PRINTER_SETTINGS_BASIS : utility_enum::PRINTER_SETTINGS_ADVANCE;
 }
 
 PrinterSettings Browser::basisPrinterSettings(int profileId) const
 {
-    const KeyPath path{id(profileId), kLocal, kPrinters, kBasisPrinterProperties};
+    const KeyPath path{idKey(profileId), kLocal, kPrinters, kBasisPrinterProperties};
     if (m_db->m_profilesDocument.childrenNames(path).isEmpty()) return PrinterSettings();
     PrinterSettings settings = PrinterSettings::fromJson(m_db->m_profilesDocument.toString(path));
     // The basis settings print on the paper of printer 0, whichever printer prints.
@@ -169,24 +163,24 @@ PrinterSettings Browser::basisPrinterSettings(int profileId) const
 
 PrinterSettings Browser::printSettings(int profileId, int printerId) const
 {
-    const KeyPath path{id(profileId), kLocal, kPrinters, id(printerId)};
+    const KeyPath path{idKey(profileId), kLocal, kPrinters, idKey(printerId)};
     if (m_db->m_profilesDocument.childrenNames(path).isEmpty()) return PrinterSettings();
     PrinterSettings settings = PrinterSettings::fromJson(m_db->m_profilesDocument.toString(path));
     // The paper belongs to the printer, not to the profile.
-    settings.width = m_db->m_appDocument.getString({kPrint, kPrinters, id(printerId), kWidth}, kDefaultWidth);
+    settings.width = m_db->m_appDocument.getString({kPrint, kPrinters, idKey(printerId), kWidth}, kDefaultWidth);
     return settings;
 }
 
 PrintCopies Browser::printCopies(int profileId, int printerId) const
 {
-    const QString text = m_db->m_profilesDocument.toString({id(profileId), kLocal, kPrinters, id(printerId)});
+    const QString text = m_db->m_profilesDocument.toString({idKey(profileId), kLocal, kPrinters, idKey(printerId)});
     return text.isEmpty() ? PrintCopies() : PrintCopies::fromJson(text);
 }
 
 QMap<int, PrintCopies> Browser::enabledPrintCopies(int profileId) const
 {
     QMap<int, PrintCopies> copies;
-    for (int printerId : printerIds(m_db->m_profilesDocument, {id(profileId), kLocal, kPrinters}))
+    for (int printerId : printerIds(m_db->m_profilesDocument, {idKey(profileId), kLocal, kPrinters}))
         copies.insert(printerId, printCopies(profileId, printerId));
     return copies;
 }
@@ -194,8 +188,8 @@ QMap<int, PrintCopies> Browser::enabledPrintCopies(int profileId) const
 QList<PrinterInfo> Browser::enabledPrinterList(int profileId) const
 {
     QList<PrinterInfo> printers;
-    for (int printerId : printerIds(m_db->m_profilesDocument, {id(profileId), kLocal, kPrinters})) {
-        if (m_db->m_appDocument.nodeExist({kPrint, kPrinters, id(printerId)})) printers << printerInfo(profileId, printerId);
+    for (int printerId : printerIds(m_db->m_profilesDocument, {idKey(profileId), kLocal, kPrinters})) {
+        if (m_db->m_appDocument.nodeExist({kPrint, kPrinters, idKey(printerId)})) printers << printerInfo(profileId, printerId);
     }
     return printers;
 }
@@ -209,7 +203,7 @@ QList<PrinterInfo> Browser::printerList() const
 
 PrinterInfo Browser::printerInfo(int printerId) const
 {
-    const QString text = m_db->m_appDocument.toString({kPrint, kPrinters, id(printerId)});
+    const QString text = m_db->m_appDocument.toString({kPrint, kPrinters, idKey(printerId)});
     if (text.isEmpty()) return PrinterInfo();
     PrinterInfo info = PrinterInfo::fromJson(text);
     info.id = printerId;  // the key is the id the registry gave it

@@ -17,21 +17,13 @@ namespace service_business {
 namespace json_db {
 
 using namespace utility_business;
+using namespace settings_keys;
 using common::func::joinPath;
 
 namespace {
 const char* const kLogUnit = "src/db/json_db_updater";
 
-const QString kGeneral = QStringLiteral("general");
-const QString kLocal = QStringLiteral("local");
-const QString kRuntime = QStringLiteral("runtime");
-const QString kPrint = QStringLiteral("print");
-const QString kPrinters = QStringLiteral("printers");
-const QString kProfiles = QStringLiteral("profiles");
-const QString kUsername = QStringLiteral("username");
-const QString kWindowInfo = QStringLiteral("window_info");
 
-QString id(int value) { return QString::number(value); }
 
 void streamArguments(log::NormalLog&) {}
 
@@ -78,8 +70,8 @@ bool Updater::saveAppSetting()
 bool Updater::saveProfileSetting(int profileId)
 {
     logCall(__LINE__, "saveProfileSetting", profileId);
-    const QString local = m_db->m_profilesDocument.toString({id(profileId), kLocal});
-    const QString runtime = m_db->m_profilesDocument.toString({id(profileId), kRuntime});
+    const QString local = m_db->m_profilesDocument.toString({idKey(profileId), kLocal});
+    const QString runtime = m_db->m_profilesDocument.toString({idKey(profileId), kRuntime});
     if (local.isEmpty() || runtime.isEmpty()) return false;
     const QString dir = kelmoPathInfo().profileDir(profileId);
     if (!QDir().mkpath(dir)) return false;
@@ -94,19 +86,19 @@ bool Updater::addPrinter(const PrinterInfo& info)
 {
     const QString json = info.toJson();
     logCall(__LINE__, "addPrinter", json);
-    return m_db->m_appDocument.addNode(json, {kPrint, kPrinters, id(info.id)}) && saveAppSetting();
+    return m_db->m_appDocument.addNode(json, {kPrint, kPrinters, idKey(info.id)}) && saveAppSetting();
 }
 
 bool Updater::removePrinter(int printerId)
 {
     logCall(__LINE__, "removePrinter", printerId);
-    return m_db->m_appDocument.removeNode({kPrint, kPrinters, id(printerId)}) && saveAppSetting();
+    return m_db->m_appDocument.removeNode({kPrint, kPrinters, idKey(printerId)}) && saveAppSetting();
 }
 
 bool Updater::updatePrinterWidth(int printerId, const QString& width)
 {
     logCall(__LINE__, "updatePrinterWidth", printerId, width);
-    const KeyPath printer{kPrint, kPrinters, id(printerId)};
+    const KeyPath printer{kPrint, kPrinters, idKey(printerId)};
     if (!m_db->m_appDocument.nodeExist(printer)) return false;
     return m_db->m_appDocument.setString(printer + KeyPath{QStringLiteral("width")}, width) && saveAppSetting();
 }
@@ -117,15 +109,15 @@ bool Updater::enablePrinter(int profileId, int printerId, const PrinterSettings&
 {
     const QString json = settings.toJson();
     logCall(__LINE__, "enablePrinter", profileId, printerId, json);
-    return m_db->m_profilesDocument.nodeExist({id(profileId)}) &&
-           m_db->m_profilesDocument.addNode(json, {id(profileId), kLocal, kPrinters, id(printerId)}) &&
+    return m_db->m_profilesDocument.nodeExist({idKey(profileId)}) &&
+           m_db->m_profilesDocument.addNode(json, {idKey(profileId), kLocal, kPrinters, idKey(printerId)}) &&
            saveProfileSetting(profileId);
 }
 
 bool Updater::disablePrinter(int profileId, int printerId)
 {
     logCall(__LINE__, "disablePrinter", profileId, printerId);
-    return m_db->m_profilesDocument.removeNode({id(profileId), kLocal, kPrinters, id(printerId)}) &&
+    return m_db->m_profilesDocument.removeNode({idKey(profileId), kLocal, kPrinters, idKey(printerId)}) &&
            saveProfileSetting(profileId);
 }
 
@@ -133,7 +125,7 @@ bool Updater::updatePrintCopies(int profileId, int printerId, const PrintCopies&
 {
     logCall(__LINE__, "updatePrintCopies", profileId, printerId, copies.toJson());
     JsonDocument& doc = m_db->m_profilesDocument;
-    const KeyPath printer{id(profileId), kLocal, kPrinters, id(printerId)};
+    const KeyPath printer{idKey(profileId), kLocal, kPrinters, idKey(printerId)};
     if (!doc.nodeExist(printer)) return false;
     return doc.setInt(printer + KeyPath{QStringLiteral("copiesCountOfOrder")}, copies.copiesCountOfOrder) &&
            doc.setInt(printer + KeyPath{QStringLiteral("copiesCountOfDineOrder")}, copies.copiesCountOfDineOrder) &&
@@ -145,9 +137,9 @@ bool Updater::setBasisPrinterSettings(int profileId, const PrintCopies& copies)
 {
     const QString json = copies.toJson();
     logCall(__LINE__, "setBasisPrinterSettings", profileId, json);
-    return m_db->m_profilesDocument.nodeExist({id(profileId)}) &&
+    return m_db->m_profilesDocument.nodeExist({idKey(profileId)}) &&
            m_db->m_profilesDocument.addNode(
-               json, {id(profileId), kLocal, kPrinters, QStringLiteral("defaulePrinterProperties")}) &&
+               json, {idKey(profileId), kLocal, kPrinters, QStringLiteral("defaulePrinterProperties")}) &&
            saveProfileSetting(profileId);
 }
 
@@ -155,8 +147,8 @@ bool Updater::setPrinterSettingsMode(int profileId, utility_enum::PrinterSetting
 {
     logCall(__LINE__, "setPrinterSettingsMode", profileId, static_cast<int>(mode));
     const QString text = mode == utility_enum::PRINTER_SETTINGS_BASIS ? QStringLiteral("basis") : QStringLiteral("advance");
-    return m_db->m_profilesDocument.nodeExist({id(profileId)}) &&
-           m_db->m_profilesDocument.setString({id(profileId), kLocal, kGeneral, QStringLiteral("printerSettingsMode")}, text) &&
+    return m_db->m_profilesDocument.nodeExist({idKey(profileId)}) &&
+           m_db->m_profilesDocument.setString({idKey(profileId), kLocal, kGeneral, QStringLiteral("printerSettingsMode")}, text) &&
            saveProfileSetting(profileId);
 }
 
@@ -196,8 +188,8 @@ bool Updater::updateUserConfig(int profileId, const UserConfig& config)
     logCall(__LINE__, "updateUserConfig", profileId, config.toJson());
     JsonDocument& profiles = m_db->m_profilesDocument;
     JsonDocument& app = m_db->m_appDocument;
-    const KeyPath general{id(profileId), kLocal, kGeneral};
-    if (!profiles.nodeExist({id(profileId)})) return false;
+    const KeyPath general{idKey(profileId), kLocal, kGeneral};
+    if (!profiles.nodeExist({idKey(profileId)})) return false;
     const bool set =
         profiles.setBool(general + KeyPath{QStringLiteral("isLaunchAfterSystemStartupEnabled")},
                          config.isLaunchAfterSystemStartupEnabled) &&
@@ -215,9 +207,9 @@ bool Updater::updateWindowInfo(int profileId, const WindowInfo& info)
 {
     logCall(__LINE__, "updateWindowInfo", profileId, info.toJson());
     JsonDocument& doc = m_db->m_profilesDocument;
-    const KeyPath window{id(profileId), kRuntime, kWindowInfo};
+    const KeyPath window{idKey(profileId), kRuntime, kWindowInfo};
     auto member = [&](const char* name) { return window + KeyPath{QLatin1String(name)}; };
-    return doc.nodeExist({id(profileId)}) && doc.setBool(member("maximize"), info.maximize) &&
+    return doc.nodeExist({idKey(profileId)}) && doc.setBool(member("maximize"), info.maximize) &&
            doc.setInt(member("zoom_level"), info.zoom_level) && doc.setInt(member("x"), info.x) &&
            doc.setInt(member("y"), info.y) && doc.setInt(member("width"), info.width) &&
            doc.setInt(member("height"), info.height) && saveProfileSetting(profileId);
@@ -228,10 +220,10 @@ bool Updater::updateProfile(int profileId, const ProfileInfo& info)
     const QString json = info.toJson();
     logCall(__LINE__, "updateProfile", profileId, json);
     JsonDocument& profiles = m_db->m_profilesDocument;
-    const KeyPath local{id(profileId), kLocal};
-    if (!profiles.nodeExist({id(profileId)})) return false;
+    const KeyPath local{idKey(profileId), kLocal};
+    if (!profiles.nodeExist({idKey(profileId)})) return false;
     const bool set = profiles.setString(local + KeyPath{kUsername}, info.username) &&
-                     m_db->m_appDocument.setString({kProfiles, id(profileId), kUsername}, info.username) &&
+                     m_db->m_appDocument.setString({kProfiles, idKey(profileId), kUsername}, info.username) &&
                      profiles.setString(local + KeyPath{QStringLiteral("ksid")}, info.ksid) &&
                      profiles.setString(local + KeyPath{QStringLiteral("imageUrl")}, info.imageUrl) &&
                      profiles.setString(local + KeyPath{QStringLiteral("mobile")}, info.mobile) &&
@@ -260,16 +252,16 @@ int Updater::addProfile(const ProfileInfo& info)
     JsonDocument entry;
     if (!entry.setString({kUsername}, info.username)) return -1;
 
-    const KeyPath appEntry{kProfiles, id(newId)};
+    const KeyPath appEntry{kProfiles, idKey(newId)};
     if (!m_db->m_appDocument.addNode(entry.toString(), appEntry)) return -1;
-    if (!m_db->m_profilesDocument.addNode(member.toString(), {id(newId)})) {
+    if (!m_db->m_profilesDocument.addNode(member.toString(), {idKey(newId)})) {
         m_db->m_appDocument.removeNode(appEntry);
         return -1;
     }
     // The App file is saved only after the profile's files, so it never lists a profile without them.
     if (saveProfileSetting(newId) && saveAppSetting()) return newId;
 
-    m_db->m_profilesDocument.removeNode({id(newId)});
+    m_db->m_profilesDocument.removeNode({idKey(newId)});
     m_db->m_appDocument.removeNode(appEntry);
     logError(__LINE__, QStringLiteral("failed to save profile json"));
     return -1;
@@ -278,8 +270,8 @@ int Updater::addProfile(const ProfileInfo& info)
 bool Updater::removeProfile(int profileId)
 {
     logCall(__LINE__, "removeProfile", profileId);
-    const bool listed = m_db->m_appDocument.removeNode({kProfiles, id(profileId)});
-    const bool loaded = m_db->m_profilesDocument.removeNode({id(profileId)});
+    const bool listed = m_db->m_appDocument.removeNode({kProfiles, idKey(profileId)});
+    const bool loaded = m_db->m_profilesDocument.removeNode({idKey(profileId)});
     return (listed || loaded) && saveAppSetting();
 }
 

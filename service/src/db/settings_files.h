@@ -2,7 +2,10 @@
 //
 //  Not part of the library's interface: shared inside service_business and with its tests only.
 //
-// Names of the settings files and of their factory copies in the resource package.
+// Names of the settings files, of their factory copies in the resource package, and of the keys that the
+// reads and the writes of the store share.
+
+#include <QString>
 
 namespace service_business {
 namespace settings_files {
@@ -20,4 +23,23 @@ constexpr const char kPackagedBasis[] = "setting/Settings-Basis.json";
 constexpr const char kPackagedEnv[] = "setting/Settings-Env.json";
 
 }  // namespace settings_files
+
+namespace settings_keys {
+
+const QString kBasis = QStringLiteral("basis");
+const QString kGeneral = QStringLiteral("general");
+const QString kLocal = QStringLiteral("local");      // a profile's Settings-Local.json in the profiles document
+const QString kRuntime = QStringLiteral("runtime");  // a profile's Settings-Runtime.json in the profiles document
+const QString kPrint = QStringLiteral("print");
+const QString kPrinters = QStringLiteral("printers");
+const QString kProfiles = QStringLiteral("profiles");
+const QString kUsername = QStringLiteral("username");
+const QString kWidth = QStringLiteral("width");
+const QString kWindowInfo = QStringLiteral("window_info");
+const QString kBasisPrinterProperties = QStringLiteral("defaulePrinterProperties");  // spelt so in the files
+
+// A profile or printer id as the key it is stored under.
+inline QString idKey(int id) { return QString::number(id); }
+
+}  // namespace settings_keys
 }  // namespace service_business
