@@ -102,7 +102,10 @@ void pushMsgToAllBrowser(const QString& text)
     publishToEveryProfile(msg);
 }
 
-void pushPrintersHasChangedMsg() { pushMsgToAllBrowser(MessageJson(QStringLiteral("pc.print.printersHasChanged")).toString()); }
+void pushPrintersHasChangedMsg()
+{
+    pushMsgToAllBrowser(MessageJson(QStringLiteral("pc.print.printersHasChanged")).toString());
+}
 
 void pushProfilesHasChangedMsg()
 {

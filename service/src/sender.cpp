@@ -13,7 +13,8 @@ std::string topicText(int topic) { return std::to_string(topic); }
 }  // namespace
 
 Sender::Sender()
-    : m_sender(std::make_unique<MsgBusNameSpace::Sender>(MsgBusNameSpace::MsgBus::GetContext(), MsgBusNameSpace::Sender::kHandOver,
+    : m_sender(std::make_unique<MsgBusNameSpace::Sender>(MsgBusNameSpace::MsgBus::GetContext(),
+                                                         MsgBusNameSpace::Sender::kHandOver,
                                                          utility_business::Config::get()->serverSendPort(),
                                                          std::wstring()))
 {

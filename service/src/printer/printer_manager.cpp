@@ -136,7 +136,8 @@ void carryOverEnabledPrinters(const QMap<int, int>& idMap)
         }
         disableAllPrinterLocked(profileId);
         for (const auto& [newId, copies] : moved) {
-            if (enablePrinterLocked(profileId, newId)) PrinterManager::instancePrinter(profileId, newId)->setPrintCopies(copies);
+            if (enablePrinterLocked(profileId, newId))
+                PrinterManager::instancePrinter(profileId, newId)->setPrintCopies(copies);
         }
     }
 }
@@ -148,10 +149,11 @@ QList<PrinterInfo> PrinterManager::collectPrinters()
     QList<PrinterInfo> printers;
     const QStringList printSupport = PrintServics::collectUsbPrintSupportPrinters();
     for (int n = 1; n <= printSupport.size(); ++n) {
-        printers << attachedPrinter(printers.size(), QStringLiteral("Usb打印支持%1").arg(n), PRINTER_USB_PRINT_SUPPORT,
-                                    printSupport[n - 1]);
+        printers << attachedPrinter(printers.size(), QStringLiteral("Usb打印支持%1").arg(n),
+                                    PRINTER_USB_PRINT_SUPPORT, printSupport[n - 1]);
     }
-    if (libusbPrinterAttached()) printers << attachedPrinter(printers.size(), QStringLiteral("Libusb打印机"), PRINTER_LIBUSB);
+    if (libusbPrinterAttached())
+        printers << attachedPrinter(printers.size(), QStringLiteral("Libusb打印机"), PRINTER_LIBUSB);
     for (PrinterInfo info : OsPrinterManager::availableOSPrinterList()) {
         info.id = printers.size();
         info.connected = Printer::isConnected(info);

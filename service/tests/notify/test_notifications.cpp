@@ -68,11 +68,13 @@ TEST_F(Notifications, BrowserMessagesGoToTheLauncherFirstThenEveryProfile)
 
     utility::pushPrintersHasChangedMsg();
     const QVariantList printers{QStringLiteral(R"({"name":"pc.print.printersHasChanged"})")};
-    for (const char* topic : {"KM_LAUNCHER_NAME", "1", "2"}) expectMessage(*listener, topic, "pushMsgToBrowser", printers);
+    for (const char* topic : {"KM_LAUNCHER_NAME", "1", "2"})
+        expectMessage(*listener, topic, "pushMsgToBrowser", printers);
 
     utility::pushProfilesHasChangedMsg();
     const QVariantList profiles{QStringLiteral(R"({"name":"pc.profile.profilesHasChanged"})")};
-    for (const char* topic : {"KM_LAUNCHER_NAME", "1", "2"}) expectMessage(*listener, topic, "pushMsgToBrowser", profiles);
+    for (const char* topic : {"KM_LAUNCHER_NAME", "1", "2"})
+        expectMessage(*listener, topic, "pushMsgToBrowser", profiles);
     expectNothingBefore(*listener, "KM_LAUNCHER_NAME");
 }
 

@@ -78,12 +78,12 @@ protected:
 
 TEST_F(Registry, CollectsPrintSupportThenLibusbThenSpoolerPrintersWithIdsInThatOrder)
 {
-    m_fake.usbPrintSupport.attach(QStringLiteral("/dev/usb/lp0"));
-    m_fake.usbPrintSupport.attach(QStringLiteral("/dev/usb/lp1"));
-    m_fake.usbBus.attach(usbDevice(QStringLiteral("004"), kSupportedVendor, kSupportedProduct));
-    m_fake.spooler.addQueue(QStringLiteral("Kitchen"), QStringLiteral("POS-80 Series"), QStringLiteral("usb://V/K"));
-    m_fake.spooler.addQueue(QStringLiteral("Bar"), QStringLiteral("XP-58"), QStringLiteral("usb://V/B"));
-    m_fake.spooler.setStopped(QStringLiteral("Kitchen"), true);
+    m_fake.usbPrintSupport.attach("/dev/usb/lp0");
+    m_fake.usbPrintSupport.attach("/dev/usb/lp1");
+    m_fake.usbBus.attach(usbDevice("004", kSupportedVendor, kSupportedProduct));
+    m_fake.spooler.addQueue("Kitchen", "POS-80 Series", "usb://V/K");
+    m_fake.spooler.addQueue("Bar", "XP-58", "usb://V/B");
+    m_fake.spooler.setStopped("Kitchen", true);
 
     const QList<PrinterInfo> printers = PrinterManager::collectPrinters();
     ASSERT_EQ(namesOf(printers), (QStringList{QStringLiteral("Usb打印支持1"), QStringLiteral("Usb打印支持2"),
@@ -104,12 +104,12 @@ TEST_F(Registry, CollectsPrintSupportThenLibusbThenSpoolerPrintersWithIdsInThatO
 
 TEST_F(Registry, OnlyAnAttachedSupportedPrinterIsTheLibusbPrinter)
 {
-    m_fake.usbBus.attach(usbDevice(QStringLiteral("002"), 0x1234, 0x5678));
-    m_fake.usbBus.attach(usbDevice(QStringLiteral("003"), kSupportedVendor, kSupportedProduct, false));
+    m_fake.usbBus.attach(usbDevice("002", 0x1234, 0x5678));
+    m_fake.usbBus.attach(usbDevice("003", kSupportedVendor, kSupportedProduct, false));
     EXPECT_TRUE(PrinterManager::collectPrinters().isEmpty())
         << "an unknown printer, and a supported device without a printer interface, are no libusb printer";
 
-    m_fake.usbBus.attach(usbDevice(QStringLiteral("005"), kSupportedVendor, kSupportedProduct));
+    m_fake.usbBus.attach(usbDevice("005", kSupportedVendor, kSupportedProduct));
     EXPECT_EQ(namesOf(PrinterManager::collectPrinters()), QStringList{QStringLiteral("Libusb打印机")});
 }
 
@@ -148,15 +148,15 @@ TEST_F(Registry, SpoolerPrintersOfOneNameGiveOneRecordTheLaterOne)
 
 TEST_F(Registry, SpoolerPrinterOnAnUnsupportedPortIsNotListed)
 {
-    m_fake.spooler.addQueue(QStringLiteral("Archive"), QStringLiteral("PDF"), QStringLiteral("file:///dev/null"));
-    m_fake.spooler.addQueue(QStringLiteral("Chained"), QStringLiteral("POS-58"), QStringLiteral("beh:/1/3/5/usb://V/K"));
-    m_fake.spooler.addQueue(QStringLiteral("Kitchen"), QStringLiteral("POS-58"), QStringLiteral("parallel:/dev/lp0"));
+    m_fake.spooler.addQueue("Archive", "PDF", "file:///dev/null");
+    m_fake.spooler.addQueue("Chained", "POS-58", "beh:/1/3/5/usb://V/K");
+    m_fake.spooler.addQueue("Kitchen", "POS-58", "parallel:/dev/lp0");
     EXPECT_EQ(namesOf(OsPrinterManager::availableOSPrinterList()), QStringList{QStringLiteral("Kitchen")});
 }
 
 TEST_F(Registry, NoSpoolerPrintersWhenTheSpoolerCannotBeAsked)
 {
-    m_fake.spooler.addQueue(QStringLiteral("Kitchen"), QStringLiteral("POS-58"), QStringLiteral("usb://V/K"));
+    m_fake.spooler.addQueue("Kitchen", "POS-58", "usb://V/K");
     m_fake.spooler.setReachable(false);
     EXPECT_TRUE(OsPrinterManager::availableOSPrinterList().isEmpty());
 }
@@ -165,9 +165,9 @@ TEST_F(Registry, NoSpoolerPrintersWhenTheSpoolerCannotBeAsked)
 
 TEST_F(Registry, UnpluggingTheOnlyLibusbPrinterGives2AndPluggingOneIn1)
 {
-    m_fake.usbBus.attach(usbDevice(QStringLiteral("004"), kSupportedVendor, kSupportedProduct));
+    m_fake.usbBus.attach(usbDevice("004", kSupportedVendor, kSupportedProduct));
     EXPECT_EQ(changeAfter([this] { m_fake.usbBus.detachAll(); }), PRINTER_REMOVED);
-    EXPECT_EQ(changeAfter([this] { m_fake.usbBus.attach(usbDevice(QStringLiteral("006"), kSupportedVendor, kSupportedProduct)); }),
+    EXPECT_EQ(changeAfter([this] { m_fake.usbBus.attach(usbDevice("006", kSupportedVendor, kSupportedProduct)); }),
               PRINTER_ADDED);
 }
 
@@ -190,33 +190,33 @@ TEST_F(Registry, NetworkPrinterGoingOfflineWhileALocalOneIsPluggedInGives3)
 
 TEST_F(Registry, SpoolerPrinterLosingOrRegainingItsConnectionGives2Or1)
 {
-    m_fake.spooler.addQueue(QStringLiteral("Kitchen"), QStringLiteral("POS-58"), QStringLiteral("usb://V/K"));
-    m_fake.spooler.addQueue(QStringLiteral("Bar"), QStringLiteral("POS-58"), QStringLiteral("usb://V/B"));
-    EXPECT_EQ(changeAfter([this] { m_fake.spooler.setStopped(QStringLiteral("Kitchen"), true); }), PRINTER_REMOVED);
-    EXPECT_EQ(changeAfter([this] { m_fake.spooler.setStopped(QStringLiteral("Kitchen"), false); }), PRINTER_ADDED);
-    EXPECT_EQ(changeAfter([this] { m_fake.spooler.setAcceptingJobs(QStringLiteral("Bar"), false); }), PRINTER_REMOVED);
+    m_fake.spooler.addQueue("Kitchen", "POS-58", "usb://V/K");
+    m_fake.spooler.addQueue("Bar", "POS-58", "usb://V/B");
+    EXPECT_EQ(changeAfter([this] { m_fake.spooler.setStopped("Kitchen", true); }), PRINTER_REMOVED);
+    EXPECT_EQ(changeAfter([this] { m_fake.spooler.setStopped("Kitchen", false); }), PRINTER_ADDED);
+    EXPECT_EQ(changeAfter([this] { m_fake.spooler.setAcceptingJobs("Bar", false); }), PRINTER_REMOVED);
     EXPECT_EQ(changeAfter([] {}), PRINTER_UNCHANGED);
 }
 
 TEST_F(Registry, SpoolerPrintersAreMatchedByNameAndPrintSupportPrintersByDevice)
 {
-    m_fake.spooler.addQueue(QStringLiteral("Kitchen"), QStringLiteral("POS-58"), QStringLiteral("usb://V/K"));
-    m_fake.usbPrintSupport.attach(QStringLiteral("/dev/usb/lp0"));
+    m_fake.spooler.addQueue("Kitchen", "POS-58", "usb://V/K");
+    m_fake.usbPrintSupport.attach("/dev/usb/lp0");
     // Another driver for the same queue name is the same printer.
     EXPECT_EQ(changeAfter([this] {
-                  m_fake.spooler.addQueue(QStringLiteral("Kitchen"), QStringLiteral("POS-80"), QStringLiteral("usb://V/K"));
+                  m_fake.spooler.addQueue("Kitchen", "POS-80", "usb://V/K");
               }),
               PRINTER_UNCHANGED);
     // A renamed queue is one printer gone and one come.
     EXPECT_EQ(changeAfter([this] {
-                  m_fake.spooler.removeQueue(QStringLiteral("Kitchen"));
-                  m_fake.spooler.addQueue(QStringLiteral("Kitchen 2"), QStringLiteral("POS-80"), QStringLiteral("usb://V/K"));
+                  m_fake.spooler.removeQueue("Kitchen");
+                  m_fake.spooler.addQueue("Kitchen 2", "POS-80", "usb://V/K");
               }),
               PRINTER_ADDED_AND_REMOVED);
     // Print-support printers keep their names by position, so only the device tells them apart.
     EXPECT_EQ(changeAfter([this] {
                   m_fake.usbPrintSupport.detachAll();
-                  m_fake.usbPrintSupport.attach(QStringLiteral("/dev/usb/lp1"));
+                  m_fake.usbPrintSupport.attach("/dev/usb/lp1");
               }),
               PRINTER_ADDED_AND_REMOVED);
 }
@@ -241,15 +241,16 @@ protected:
     void SetUp() override
     {
         Registry::SetUp();
-        m_fake.spooler.addQueue(QStringLiteral("Bar"), QStringLiteral("XP-58"), QStringLiteral("usb://V/B"));
-        m_fake.spooler.addQueue(QStringLiteral("Kitchen"), QStringLiteral("POS-80 Series"), QStringLiteral("usb://V/K"));
+        m_fake.spooler.addQueue("Bar", "XP-58", "usb://V/B");
+        m_fake.spooler.addQueue("Kitchen", "POS-80 Series", "usb://V/K");
         collectAndStore();  // Bar 0, Kitchen 1
         ASSERT_EQ(addProfile(QStringLiteral("Noodle Bar")), 1);
     }
     QString storedLocal(const KeyPath& path) const
     {
         JsonDocument local;
-        if (!local.fromFile(appdataPath(QStringLiteral("Profiles/1/Settings-Local.json")))) return QStringLiteral("<unreadable>");
+        if (!local.fromFile(appdataPath(QStringLiteral("Profiles/1/Settings-Local.json"))))
+            return QStringLiteral("<unreadable>");
         return local.toString(path);
     }
 };
@@ -263,7 +264,8 @@ TEST_F(RegistryStore, EnablingStores58mmAndOneCopyOfEachKindWhateverThePrinterWi
 
     ASSERT_TRUE(PrinterManager::enablePrinter(1, 1));
     JsonDocument expected;
-    ASSERT_TRUE(expected.addNode(QStringLiteral(R"({"width":"58mm","copiesCountOfOrder":1,"copiesCountOfDineOrder":1,"copiesCountOfPhoneOrder":1})"),
+    ASSERT_TRUE(expected.addNode(QStringLiteral(R"({"width":"58mm","copiesCountOfOrder":1,)"
+                                                R"("copiesCountOfDineOrder":1,"copiesCountOfPhoneOrder":1})"),
                                  {}));
     EXPECT_EQ(storedLocal({QStringLiteral("printers"), QStringLiteral("1")}), expected.toString());
     EXPECT_EQ(namesOf(PrinterManager::enabledPrinterInfoList(1)), QStringList{QStringLiteral("Kitchen")});
@@ -292,7 +294,7 @@ TEST_F(RegistryStore, DisablingOneOrAllLeavesTheBasisSettings)
 
 TEST_F(RegistryStore, EnabledLibusbPrinterIsListedOnlyWhileOneIsAttached)
 {
-    m_fake.usbBus.attach(usbDevice(QStringLiteral("004"), kSupportedVendor, kSupportedProduct));
+    m_fake.usbBus.attach(usbDevice("004", kSupportedVendor, kSupportedProduct));
     collectAndStore();  // Libusb 0, Bar 1, Kitchen 2
     ASSERT_TRUE(PrinterManager::enablePrinter(1, 0));
     ASSERT_TRUE(PrinterManager::enablePrinter(1, 2));

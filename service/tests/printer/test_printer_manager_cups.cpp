@@ -142,7 +142,7 @@ TEST_F(RegistryOnCups, QueueChangesGiveTheirBitsAndEnabledPrintersFollowTheirIds
     // A queue added: ids are handed out afresh in name order.
     addUsbQueue(QStringLiteral("Counter"));
     EXPECT_EQ(update(), PRINTER_ADDED);
-    EXPECT_EQ(storedPrinters(), (QStringList{QStringLiteral("0:Bar"), QStringLiteral("1:Counter"), QStringLiteral("2:Kitchen")}));
+    EXPECT_EQ(storedPrinters(), (QStringList{"0:Bar", "1:Counter", "2:Kitchen"}));
     EXPECT_EQ(enabledCopies(1), QStringList{QStringLiteral("2:2/3/4")});
     EXPECT_EQ(enabledCopies(2), (QStringList{QStringLiteral("0:1/1/1"), QStringLiteral("2:1/1/1")}));
     EXPECT_EQ(PrinterManager::printerInfo(1, 2).width, QStringLiteral("80mm")) << "the chosen width stays";
@@ -165,7 +165,7 @@ TEST_F(RegistryOnCups, QueueChangesGiveTheirBitsAndEnabledPrintersFollowTheirIds
     ASSERT_TRUE(s_cups->stopQueue(QStringLiteral("Counter")));
     addNetworkQueue(QStringLiteral("Office"));
     EXPECT_EQ(update(), PRINTER_ADDED_AND_REMOVED);
-    EXPECT_EQ(storedPrinters(), (QStringList{QStringLiteral("0:Counter"), QStringLiteral("1:Kitchen"), QStringLiteral("2:Office")}));
+    EXPECT_EQ(storedPrinters(), (QStringList{"0:Counter", "1:Kitchen", "2:Office"}));
     EXPECT_EQ(enabledCopies(1), QStringList{QStringLiteral("1:2/3/4")});
     EXPECT_EQ(update(), PRINTER_UNCHANGED);
 }

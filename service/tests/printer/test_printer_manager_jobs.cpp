@@ -55,8 +55,8 @@ protected:
     void SetUp() override
     {
         ServiceHomeTest::SetUp();
-        m_fake.spooler.addQueue(QStringLiteral("A"), QStringLiteral("POS-58"), QStringLiteral("usb://V/A"));
-        m_fake.spooler.addQueue(QStringLiteral("Kitchen"), QStringLiteral("POS-58"), QStringLiteral("usb://V/K"));
+        m_fake.spooler.addQueue("A", "POS-58", "usb://V/A");
+        m_fake.spooler.addQueue("Kitchen", "POS-58", "usb://V/K");
         PrinterManager::updatePrinters(PrinterManager::collectPrinters());  // A 0, Kitchen 1
     }
     void TearDown() override
@@ -98,19 +98,19 @@ TEST_F(RegistryJobs, QueuedJobFollowsItsPrinterToItsNewId)
     const int held = holdPrinterBusy(kitchen);
     ASSERT_NE(held, 0) << "the first job never reached the spooler";
 
-    m_fake.spooler.removeQueue(QStringLiteral("A"));
+    m_fake.spooler.removeQueue("A");
     PrinterManager::updatePrinters(PrinterManager::collectPrinters());
     const PrinterInfo moved = stored(QStringLiteral("Kitchen"));
     ASSERT_EQ(moved.id, 0);
-    m_fake.spooler.setJobOutcome(QStringLiteral("Kitchen"), FakeSpooler::JobOutcome::Complete);
+    m_fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Complete);
     // A job for the new id joins the same queue, behind the one that moved there.
     PrintManager::printOrder(moved, QByteArrayLiteral("third"), m_outcomes.callback(3));
 
-    m_fake.spooler.cancel(QStringLiteral("Kitchen"), held);
+    m_fake.spooler.cancel("Kitchen", held);
     EXPECT_EQ(m_outcomes.waitFor(1), std::optional<bool>(false));
     EXPECT_EQ(m_outcomes.waitFor(2), std::optional<bool>(true)) << "the queued job was dropped with its old id";
     EXPECT_EQ(m_outcomes.waitFor(3), std::optional<bool>(true));
-    EXPECT_EQ(m_fake.spooler.printed(QStringLiteral("Kitchen")),
+    EXPECT_EQ(m_fake.spooler.printed("Kitchen"),
               (QList<QByteArray>{QByteArray("second", 7), QByteArray("third", 6)}));
 }
 
@@ -121,13 +121,13 @@ TEST_F(RegistryJobs, JobsOfAPrinterThatWentAwayAreToldFalse)
     ASSERT_NE(holdPrinterBusy(a), 0) << "the first job never reached the spooler";
 
     // The queue now sends where the client cannot print; its jobs stay at the spooler, held.
-    m_fake.spooler.addQueue(QStringLiteral("A"), QStringLiteral("POS-58"), QStringLiteral("file:///dev/null"));
+    m_fake.spooler.addQueue("A", "POS-58", "file:///dev/null");
     PrinterManager::updatePrinters(PrinterManager::collectPrinters());
     ASSERT_EQ(PrinterManager::printerInfoList().size(), 1);
 
     EXPECT_EQ(m_outcomes.waitFor(2), std::optional<bool>(false));
     EXPECT_EQ(m_outcomes.waitFor(1), std::optional<bool>(false));
-    EXPECT_TRUE(m_fake.spooler.printed(QStringLiteral("A")).isEmpty());
+    EXPECT_TRUE(m_fake.spooler.printed("A").isEmpty());
 }
 
 }  // namespace

@@ -32,7 +32,8 @@ bool XvfbHarness::start(int width, int height)
     }
     const QString number = QString::fromLatin1(output).trimmed();
     if (!output.contains('\n') || number.isEmpty()) {
-        m_error = QStringLiteral("Xvfb did not report a display: ") + QString::fromLocal8Bit(m_process.readAllStandardError());
+        m_error = QStringLiteral("Xvfb did not report a display: ") +
+                  QString::fromLocal8Bit(m_process.readAllStandardError());
         stop();
         return false;
     }
