@@ -27,7 +27,11 @@ qint64 monotonicMs()
 
 }  // namespace
 
-PrintThread::PrintThread(int printerId) : printerId(printerId), busySince(kNotBusy) {}
+PrintThread::PrintThread(int printerId) : busySince(kNotBusy)
+{
+    // The system's name of the thread (top -H, debuggers, crash reports).
+    setObjectName(QStringLiteral("print worker %1").arg(printerId));
+}
 
 bool PrintThread::push(const PrintItem& item)
 {

@@ -40,10 +40,9 @@ class PrintThread : public QThread {
 public:
     static constexpr int capacity = 50;  // the most jobs a queue holds
 
-    // The thread must have been stopped with cancelAllAndStop before it is deleted.
+    // Made for the printer id, which names the thread ("print worker 3") and stays its name when the
+    // manager files the worker under a new id. It must be stopped with cancelAllAndStop before it is deleted.
     explicit PrintThread(int printerId);
-
-    int id() const { return printerId; }
 
     // Appends the job unless the queue is full; a job that does not fit is dropped and its caller never
     // hears of it.
@@ -67,15 +66,14 @@ private:
     bool nextJob(PrintItem& item);
     void print(const PrintItem& item);
     // Removes the front job into `item`, with whether its caller has been told; false when the queue is
-    // empty. Called by the worker once the job is done, or by the watchdog once the worker is dead.
+    // empty. Called by the worker once the job is done, or by whoever stopped the worker.
     bool takeFront(PrintItem& item, bool& reported);
     // Ends the thread and waits until it is gone: an idle worker stops at once, one that is printing is
     // terminated.
     void kill();
-    // The outcome owed for the front job of a killed worker, which is removed from the queue.
+    // Removes the job a stopped worker was printing and returns the outcome owed for it; a job it had not
+    // begun stays queued.
     PrintReports takeKilledJob();
-
-    const int printerId;  // the id it was made for; kept when the manager files it under a new id
 
     // Lock order: PrintManager::mutex, then this mutex, then jobSlot's own. Never held while printing or
     // telling a caller.

@@ -7,7 +7,10 @@
 
 namespace service_business {
 
-PrintTimeoutMonitor::PrintTimeoutMonitor(PrintManager* manager) : QThread(manager), manager(manager) {}
+PrintTimeoutMonitor::PrintTimeoutMonitor(PrintManager* manager) : QThread(manager), manager(manager)
+{
+    setObjectName(QStringLiteral("print watchdog"));
+}
 
 PrintTimeoutMonitor::~PrintTimeoutMonitor()
 {
