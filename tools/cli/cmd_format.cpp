@@ -1,9 +1,13 @@
-// sbtool format: an order or the daily summary as receipt-printer bytes.
+// sbtool format: an order or the daily summary as receipt-printer bytes, made by the service's formatter
+// exactly as the client makes them (customer texts sanitised, settings JSON built by the service).
 
 #include "commands.h"
 #include "escpos_dump.h"
+#include "print_job.h"
 
 #include "receipt_engine/receipt_engine.h"
+#include "receipt_preview/receipt_preview.h"
+#include "service_business/print_cmd_formater.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -12,13 +16,20 @@
 namespace sbtool {
 namespace {
 
+namespace formatter = service_business::print_cmd_formater;
+using utility_business::PrinterInfo;
+using utility_business::SummaryPrintSettings;
+using utility_business::utility_enum::OrderType;
+
 const char usageText[] =
     "usage: sbtool format [online|dine|phone|summary] [--restaurant FILE]\n"
     "                     [--order FILE | --summary FILE] [--settings FILE]\n"
     "                     [--width 58|80] [--copies N] [-o OUT] [--dump]\n"
+    "                     [--preview PNG] [--print PRINTER]\n"
     "\n"
     "Formats an order (online, dine-in or telephone; online when no kind is given) or the daily\n"
-    "summary as receipt-printer bytes. Inputs not given are the built-in examples.\n"
+    "summary as receipt-printer bytes, through the service's formatter as the client does. Inputs\n"
+    "not given are the built-in examples.\n"
     "\n"
     "  --restaurant FILE  restaurant JSON\n"
     "  --order FILE       order JSON (online, dine, phone)\n"
@@ -27,107 +38,98 @@ const char usageText[] =
     "                     copiesOfPhoneOrder, isPrintBarcodeEnabled, lines_between_copies, style\n"
     "  --width 58|80      paper width, over the settings\n"
     "  --copies N         copies of the order, over the settings (the summary prints one)\n"
-    "  -o OUT             write to OUT instead of standard output\n"
+    "  -o OUT             write the bytes to OUT\n"
     "  --dump             write a readable form: one line per printed line, commands by name\n"
+    "  --preview PNG      draw the receipt as the printer would print it, as a PNG picture\n"
+    "  --print PRINTER    print it on the CUPS queue PRINTER, as \"sbtool print\" does\n"
     "\n"
-    "exit codes: 0 done, 1 a file, the input or the formatter failed, 2 the command line is wrong\n";
+    "The bytes (or the dump) go to standard output unless -o names a file; with --preview or\n"
+    "--print they are written only when -o or --dump asks for them.\n"
+    "\n"
+    "exit codes: 0 done, 1 a file, the input, the formatter or the printer failed,\n"
+    "            2 the command line is wrong\n";
 
 enum class Kind { Online = 0, Dine = 1, Phone = 2, Summary = 3 };
 
-// The members of the client's print settings that formatting uses, with the client's defaults.
-struct PrintSettings {
-    QString width = QStringLiteral("58mm");
-    int copies[3] = {1, 1, 1};  // online, dine-in, telephone
-    bool isPrintBarcodeEnabled = false;
-    QString linesBetweenCopies = QStringLiteral("middle");
-    QString style = QStringLiteral("normal");
-};
-
-PrintSettings settingsFromJson(const QJsonObject& json)
-{
-    PrintSettings settings;
-    settings.width = json.value(QStringLiteral("width")).toString(settings.width);
-    settings.copies[0] = json.value(QStringLiteral("copiesOfOnlineOrder")).toInt(settings.copies[0]);
-    settings.copies[1] = json.value(QStringLiteral("copiesOfDineOrder")).toInt(settings.copies[1]);
-    settings.copies[2] = json.value(QStringLiteral("copiesOfPhoneOrder")).toInt(settings.copies[2]);
-    settings.isPrintBarcodeEnabled =
-        json.value(QStringLiteral("isPrintBarcodeEnabled")).toBool(settings.isPrintBarcodeEnabled);
-    settings.linesBetweenCopies =
-        json.value(QStringLiteral("lines_between_copies")).toString(settings.linesBetweenCopies);
-    settings.style = json.value(QStringLiteral("style")).toString(settings.style);
-    return settings;
-}
-
-struct FormatResult {
-    EngineError code = ENGINE_OK;
-    QByteArray bytes;
-};
-
-// The one call into the formatter, with the settings JSON built as the service's formatter builds it.
-FormatResult formatReceipt(Kind kind, const QByteArray& restaurant, const QByteArray& input,
-                           const PrintSettings& settings)
+// The print-settings JSON of the engine call, built as the service's formatter builds it.
+QByteArray engineSettings(Kind kind, const SummaryPrintSettings& settings)
 {
     QJsonObject json;
     if (kind == Kind::Summary) {
         json.insert(QStringLiteral("number_of_copies"), 1);
         json.insert(QStringLiteral("width"), settings.width);
     } else {
-        json.insert(QStringLiteral("number_of_copies"), settings.copies[int(kind)]);
+        const int copies[] = {settings.copiesOfOnlineOrder, settings.copiesOfDineOrder, settings.copiesOfPhoneOrder};
+        json.insert(QStringLiteral("number_of_copies"), copies[int(kind)]);
         json.insert(QStringLiteral("isPrintBarcodeEnabled"), settings.isPrintBarcodeEnabled);
-        json.insert(QStringLiteral("lines_between_copies"), settings.linesBetweenCopies);
+        json.insert(QStringLiteral("lines_between_copies"), settings.lines_between_copies);
         json.insert(QStringLiteral("style"), settings.style);
         json.insert(QStringLiteral("width"), settings.width);
     }
-    const QByteArray settingsJson = QJsonDocument(json).toJson(QJsonDocument::Compact);
+    return QJsonDocument(json).toJson(QJsonDocument::Compact);
+}
 
+// The formatter keeps the engine's result code to itself. When it refuses, the engine is run once more
+// on the same texts, only to name the reason in the error line.
+EngineError engineCode(Kind kind, const QByteArray& restaurant, const QByteArray& input,
+                       const SummaryPrintSettings& settings)
+{
+    const QByteArray settingsJson = engineSettings(kind, settings);
     uint8_t* out = nullptr;
     uint32_t length = 0;
-    FormatResult result;
+    EngineError code = ENGINE_OK;
     if (kind == Kind::Online)
-        result.code =
-            format_online_order(&out, &length, restaurant.constData(), input.constData(), settingsJson.constData());
+        code = format_online_order(&out, &length, restaurant.constData(), input.constData(), settingsJson.constData());
     else if (kind == Kind::Summary)
-        result.code =
-            format_summary(&out, &length, restaurant.constData(), input.constData(), settingsJson.constData());
+        code = format_summary(&out, &length, restaurant.constData(), input.constData(), settingsJson.constData());
     else
-        result.code =
-            format_local_order(&out, &length, restaurant.constData(), input.constData(), settingsJson.constData());
-    if (result.code == ENGINE_OK && out)
-        result.bytes = QByteArray(reinterpret_cast<const char*>(out), int(length));
+        code = format_local_order(&out, &length, restaurant.constData(), input.constData(), settingsJson.constData());
     engine_free(&out);
-    return result;
+    return code;
+}
+
+QByteArray formatReceipt(Kind kind, const QByteArray& restaurant, const QByteArray& input,
+                         const SummaryPrintSettings& settings)
+{
+    const QString restaurantJson = QString::fromUtf8(restaurant);
+    const QString inputJson = QString::fromUtf8(input);
+    if (kind == Kind::Summary) {
+        PrinterInfo printer;
+        printer.width = settings.width;
+        return formatter::formatSummary(restaurantJson, inputJson, printer);
+    }
+    return formatter::formatOrder(restaurantJson, inputJson, OrderType(kind), settings);
 }
 
 // Reads a JSON input from path, or the built-in example when path is empty; sets error on failure.
-bool readJsonInput(const QString& path, const QString& example, QByteArray* data, QJsonObject* object, QString* error)
+bool readJsonInput(const QString& path, const QString& example, QByteArray* data, QString* error)
 {
     const QString source = path.isEmpty() ? QStringLiteral(":/examples/") + example : path;
     if (!readFile(source, data, error))
         return false;
     QJsonParseError parseError;
-    const QJsonDocument document = QJsonDocument::fromJson(*data, &parseError);
-    if (document.isNull()) {
+    if (QJsonDocument::fromJson(*data, &parseError).isNull()) {
         *error = QStringLiteral("%1: not valid JSON: %2 at offset %3")
                      .arg(source, parseError.errorString())
                      .arg(parseError.offset);
         return false;
     }
-    if (object)
-        *object = document.object();
     return true;
 }
 
 int runFormat(const QStringList& args)
 {
     OptionReader options(args);
-    QString restaurantPath, orderPath, summaryPath, settingsPath, width, copies, outputPath;
+    QString restaurantPath, orderPath, summaryPath, settingsPath, width, copies, outputPath, previewPath, printer;
     options.take(QStringLiteral("--restaurant"), &restaurantPath);
     const bool hasOrder = options.take(QStringLiteral("--order"), &orderPath);
     const bool hasSummary = options.take(QStringLiteral("--summary"), &summaryPath);
     options.take(QStringLiteral("--settings"), &settingsPath);
     const bool hasWidth = options.take(QStringLiteral("--width"), &width);
     const bool hasCopies = options.take(QStringLiteral("--copies"), &copies);
-    options.take(QStringLiteral("-o"), &outputPath);
+    const bool hasOutput = options.take(QStringLiteral("-o"), &outputPath);
+    const bool hasPreview = options.take(QStringLiteral("--preview"), &previewPath);
+    const bool hasPrint = options.take(QStringLiteral("--print"), &printer);
     const bool dump = options.takeFlag(QStringLiteral("--dump"));
     if (!options.error().isEmpty())
         return usageError("format", options.error());
@@ -160,26 +162,41 @@ int runFormat(const QStringList& args)
     static const char* const examples[] = {"online_order.json", "dine_order.json", "phone_order.json", "summary.json"};
     QString error;
     QByteArray restaurant, input, settingsText;
-    QJsonObject settingsJson;
-    if (!readJsonInput(restaurantPath, QStringLiteral("restaurant.json"), &restaurant, nullptr, &error) ||
+    if (!readJsonInput(restaurantPath, QStringLiteral("restaurant.json"), &restaurant, &error) ||
         !readJsonInput(kind == Kind::Summary ? summaryPath : orderPath, QLatin1String(examples[int(kind)]), &input,
-                       nullptr, &error) ||
-        !readJsonInput(settingsPath, QStringLiteral("print_settings_58.json"), &settingsText, &settingsJson, &error))
+                       &error) ||
+        !readJsonInput(settingsPath, QStringLiteral("print_settings_58.json"), &settingsText, &error))
         return fail(error);
 
-    PrintSettings settings = settingsFromJson(settingsJson);
+    SummaryPrintSettings settings = SummaryPrintSettings::fromJson(QString::fromUtf8(settingsText));
     if (hasWidth)
         settings.width = width + QStringLiteral("mm");
-    if (hasCopies && kind != Kind::Summary)
-        settings.copies[int(kind)] = copyCount;
+    if (hasCopies) {
+        int* kindCopies[] = {&settings.copiesOfOnlineOrder, &settings.copiesOfDineOrder, &settings.copiesOfPhoneOrder};
+        *kindCopies[int(kind)] = copyCount;
+    }
 
-    const FormatResult result = formatReceipt(kind, restaurant, input, settings);
-    if (result.code != ENGINE_OK)
-        return fail(QStringLiteral("format failed: %1 (%2)")
-                        .arg(result.code)
-                        .arg(QLatin1String(engine_error_text(result.code))));
-    if (!writeOutput(outputPath, dump ? dumpEscPos(result.bytes) : result.bytes, &error))
-        return fail(error);
+    const QByteArray receipt = formatReceipt(kind, restaurant, input, settings);
+    if (receipt.isEmpty()) {
+        const EngineError code = engineCode(kind, restaurant, input, settings);
+        if (code == ENGINE_OK)
+            return fail(QStringLiteral("format failed: the formatter refused the input"));
+        return fail(QStringLiteral("format failed: %1 (%2)").arg(code).arg(QLatin1String(engine_error_text(code))));
+    }
+
+    if (hasOutput || dump || (!hasPreview && !hasPrint)) {
+        if (!writeOutput(outputPath, dump ? dumpEscPos(receipt) : receipt, &error))
+            return fail(error);
+    }
+    if (hasPreview) {
+        receipt_preview::Options previewOptions;
+        // The formatter has accepted the width, so it names a paper the preview knows.
+        receipt_preview::paperFromName(settings.width, &previewOptions.paper);
+        if (!receipt_preview::renderToPng(receipt, previewOptions, previewPath, &error))
+            return fail(QStringLiteral("cannot draw %1: %2").arg(previewPath, error));
+    }
+    if (hasPrint)
+        return printReceipt(printer, receipt);
     return ExitOk;
 }
 

@@ -11,7 +11,8 @@ namespace {
 
 // Every command of the tool. A new command is a source file defining its Command and a line here.
 const sbtool::Command* const commandTable[] = {
-    &sbtool::formatCommand,
+    &sbtool::formatCommand,   &sbtool::previewCommand,  &sbtool::printCommand, &sbtool::printersCommand,
+    &sbtool::profilesCommand, &sbtool::settingsCommand, &sbtool::busCommand,
 };
 
 const sbtool::Command* findCommand(const QString& name)
@@ -29,14 +30,14 @@ int unknownCommand(const QString& name)
     return sbtool::ExitUsage;
 }
 
-void printHelp(FILE* out)
+void printHelp()
 {
-    std::fprintf(out, "usage: sbtool COMMAND [ARGS...]\n"
-                      "       sbtool help COMMAND | sbtool COMMAND --help\n\n"
-                      "commands:\n");
+    std::printf("usage: sbtool COMMAND [ARGS...]\n"
+                "       sbtool help COMMAND | sbtool COMMAND --help\n\n"
+                "commands:\n");
     for (const sbtool::Command* command : commandTable)
-        std::fprintf(out, "  %-10s %s\n", command->name, command->summary);
-    std::fprintf(out, "\nexit codes: 0 done, 1 the work failed, 2 the command line is wrong\n");
+        std::printf("  %-10s %s\n", command->name, command->summary);
+    std::printf("\nexit codes: 0 done, 1 the work failed, 2 the command line is wrong\n");
 }
 
 }  // namespace
@@ -46,17 +47,17 @@ int main(int argc, char* argv[])
     QCoreApplication app(argc, argv);
     QStringList args = app.arguments().mid(1);
     if (args.isEmpty()) {
-        printHelp(stderr);
+        std::fprintf(stderr, "sbtool: no command given (see \"sbtool --help\")\n");
         return sbtool::ExitUsage;
     }
     const QString first = args.takeFirst();
     if (first == QLatin1String("--help") || first == QLatin1String("-h")) {
-        printHelp(stdout);
+        printHelp();
         return sbtool::ExitOk;
     }
     if (first == QLatin1String("help")) {
         if (args.isEmpty()) {
-            printHelp(stdout);
+            printHelp();
             return sbtool::ExitOk;
         }
         const sbtool::Command* command = findCommand(args.first());

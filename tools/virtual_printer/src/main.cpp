@@ -1,15 +1,21 @@
 // sb-virtual-printer: a receipt printer on 127.0.0.1 that saves each job it receives (see
 // virtual_printer.h).
 //
-//   sb-virtual-printer --port N --out DIR [--hang] [--refuse] [--idle-ms N]
+//   sb-virtual-printer --port N --out DIR [--hang] [--refuse] [--idle-ms N] [--preview [--preview-width 58|80]]
 //
 // It prints the port it listens on as the first line of stdout (useful with --port 0), then one line per
-// saved job: "job <number> <path> <bytes>". While it runs, SIGUSR1 toggles the hang and SIGUSR2 the
+// saved job: "job <number> <path> <bytes>". With --preview it also draws each job as the printed paper
+// beside it (job-0001.bin -> job-0001.png, on 58 mm paper unless --preview-width says 80) and says
+// "preview <number> <path>", or on stderr why it could not. While it runs, SIGUSR1 toggles the hang and SIGUSR2 the
 // refusal; lines on stdin do the same by name: "hang", "resume", "refuse", "accept", and "quit" ends it,
 // as do SIGINT and SIGTERM. Each change, once in effect, is confirmed on stdout by "hang on", "hang off",
 // "refuse on" or "refuse off".
 
 #include "virtual_printer/virtual_printer.h"
+
+#include "receipt_preview/receipt_preview.h"
+
+#include <QFile>
 
 #include <cerrno>
 #include <csignal>
@@ -24,7 +30,8 @@
 
 namespace {
 
-const char kUsage[] = "usage: sb-virtual-printer --port N --out DIR [--hang] [--refuse] [--idle-ms N]\n";
+const char kUsage[] = "usage: sb-virtual-printer --port N --out DIR [--hang] [--refuse] [--idle-ms N]\n"
+                      "                          [--preview [--preview-width 58|80]]\n";
 
 int fail(const std::string& message)
 {
@@ -42,10 +49,30 @@ bool parseNumber(const char* text, int low, int high, int* value)
     return true;
 }
 
-// Each saved job is reported here; a receipt preview of the job belongs here too.
-void onJobSaved(const virtual_printer::SavedJob& job)
+// Draws the saved job beside it. A job holds what a printer receives: GB18030 text, which the preview's
+// automatic reading takes as such.
+void savePreview(const virtual_printer::SavedJob& job, const receipt_preview::Options& options)
+{
+    QFile file(QString::fromStdString(job.path));
+    QString error;
+    if (!file.open(QIODevice::ReadOnly)) {
+        error = file.errorString();
+    } else {
+        QString path = file.fileName();
+        path.replace(path.lastIndexOf(QLatin1String(".bin")), 4, QStringLiteral(".png"));
+        if (receipt_preview::renderToPng(file.readAll(), options, path, &error)) {
+            std::printf("preview %d %s\n", job.number, path.toUtf8().constData());
+            return;
+        }
+    }
+    std::fprintf(stderr, "sb-virtual-printer: no preview of job %d: %s\n", job.number, error.toUtf8().constData());
+}
+
+// Each saved job is reported here, and drawn when previews are asked for.
+void onJobSaved(const virtual_printer::SavedJob& job, const receipt_preview::Options* preview)
 {
     std::printf("job %d %s %lld\n", job.number, job.path.c_str(), job.size);
+    if (preview) savePreview(job, *preview);
     std::fflush(stdout);
 }
 
@@ -82,6 +109,8 @@ int main(int argc, char** argv)
 {
     virtual_printer::Options options;
     bool havePort = false;
+    bool preview = false;
+    receipt_preview::Options previewOptions;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         const bool hasValue = i + 1 < argc;
@@ -94,6 +123,11 @@ int main(int argc, char** argv)
         } else if (arg == "--idle-ms" && hasValue) {
             if (!parseNumber(argv[++i], 1, 3600000, &ms)) return fail("bad idle gap: " + std::string(argv[i]));
             options.idleGap = std::chrono::milliseconds(ms);
+        } else if (arg == "--preview") {
+            preview = true;
+        } else if (arg == "--preview-width" && hasValue) {
+            if (!receipt_preview::paperFromName(QString::fromLocal8Bit(argv[++i]), &previewOptions.paper))
+                return fail("bad preview width: " + std::string(argv[i]));
         } else if (arg == "--hang") {
             options.hang = true;
         } else if (arg == "--refuse") {
@@ -120,7 +154,9 @@ int main(int argc, char** argv)
     if (signalFd < 0) return fail(std::string("signalfd: ") + std::strerror(errno));
 
     virtual_printer::VirtualPrinter printer(options);
-    printer.setJobHandler(onJobSaved);
+    printer.setJobHandler([previewOptions, preview](const virtual_printer::SavedJob& job) {
+        onJobSaved(job, preview ? &previewOptions : nullptr);
+    });
     std::string error;
     if (!printer.start(&error)) return fail(error);
     std::printf("%d\n", printer.port());

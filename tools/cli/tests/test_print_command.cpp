@@ -1,0 +1,126 @@
+// sbtool print, format --print and printers through a real cupsd to sb-virtual-printer: the printer gets
+// exactly the document the service builds from the receipt, and every way printing cannot start is one line.
+
+#include "print_fixture.h"
+
+#include "service_business/printer.h"
+
+#include <QImage>
+
+using namespace cli_test;
+
+namespace {
+
+using PrintCommand = PrintTest;
+
+QByteArray documentOf(const QByteArray& receipt)
+{
+    return service_business::Printer::buildDocument(receipt).bytes();
+}
+
+TEST_F(PrintCommand, PrinterGetsTheServiceDocumentOfTheReceipt)
+{
+    Device kitchen;
+    addPrinter("Kitchen", &kitchen);
+    ASSERT_TRUE(succeeds(run({"format", "dine", "-o", homePath("dine.bin")})));
+
+    const ToolRun result = run({"print", "--printer", "Kitchen", homePath("dine.bin")});
+    ASSERT_TRUE(succeeds(result));
+    EXPECT_EQ(withoutWaits(result.out), "Kitchen: queued\nKitchen: sent\nKitchen: printed\n");
+    const QByteArray document = documentOf(fileBytes(homePath("dine.bin")));
+    EXPECT_EQ(kitchen.nextReport(),
+              QStringLiteral("job 1 %1 %2").arg(kitchen.jobPath(1)).arg(document.size()).toUtf8());
+    EXPECT_EQ(fileBytes(kitchen.jobPath(1)), document);
+}
+
+TEST_F(PrintCommand, FormatPrintsWhatItFormatsAndThePrinterDrawsWhatWasPreviewed)
+{
+    Device bar;
+    addPrinter("Bar", &bar, {"--preview", "--preview-width", "80"});
+    ASSERT_TRUE(succeeds(run({"format", "online", "--width", "80", "-o", homePath("online.bin")})));
+
+    const ToolRun result = run({"format", "online", "--width", "80", "--preview", homePath("online.png"),
+                                "--print", "Bar"});
+    ASSERT_TRUE(succeeds(result));
+    EXPECT_EQ(withoutWaits(result.out), "Bar: queued\nBar: sent\nBar: printed\n");
+    ASSERT_TRUE(bar.nextReport().startsWith("job 1 "));
+    EXPECT_EQ(bar.nextReport(), QStringLiteral("preview 1 %1").arg(bar.jobPath(1, "png")).toUtf8());
+    EXPECT_EQ(fileBytes(bar.jobPath(1)), documentOf(fileBytes(homePath("online.bin"))));
+    // The printer received GB18030; its picture is the one drawn from the formatter's UTF-8.
+    const QImage printed(bar.jobPath(1, "png"));
+    EXPECT_FALSE(printed.isNull());
+    EXPECT_EQ(printed, QImage(homePath("online.png")));
+}
+
+TEST_F(PrintCommand, PrintersShowsTheQueueAsTheRegistryRecordsIt)
+{
+    Device counter;
+    addPrinter("Counter", &counter);
+    const ToolRun result = run({"printers"});
+    ASSERT_TRUE(succeeds(result));
+    const QList<QByteArray> lines = result.out.split('\n');
+    ASSERT_GE(lines.size(), 2);
+    EXPECT_TRUE(lines.first().startsWith("ID  NAME")) << result.out.constData();
+    // Its id depends on the USB printers collected before the queues.
+    bool found = false;
+    for (const QByteArray& line : lines)
+        found = found || line.simplified().endsWith(" Counter network IP_127.0.0.1 network 58mm connected");
+    EXPECT_TRUE(found) << result.out.constData();
+}
+
+TEST_F(PrintCommand, UnknownPrinterIsOneLine)
+{
+    ASSERT_TRUE(writeFile(homePath("r.bin"), "\x1b@Table 1\n"));
+    EXPECT_TRUE(failsWith(run({"print", "--printer", "Nowhere", homePath("r.bin")}), 1,
+                          "sbtool: no printer \"Nowhere\" in CUPS (see \"sbtool printers\")"));
+}
+
+TEST_F(PrintCommand, JobOnAStoppedQueueFailsInOneLine)
+{
+    Device patio;
+    addPrinter("Patio", &patio);
+    ASSERT_TRUE(s_cups->stopQueue("Patio"));
+    ASSERT_TRUE(writeFile(homePath("r.bin"), "\x1b@Table 2\n"));
+    const ToolRun result = run({"print", "--printer", "Patio", homePath("r.bin")});
+    EXPECT_TRUE(failsWith(result, 1, "sbtool: Patio: failed: CUPS did not print the job"));
+    EXPECT_EQ(withoutWaits(result.out), "Patio: queued\nPatio: sent\n");
+}
+
+TEST_F(PrintCommand, EmptyOrMissingFileIsOneLine)
+{
+    ASSERT_TRUE(writeFile(homePath("empty.bin"), QByteArray()));
+    EXPECT_TRUE(failsWith(run({"print", "--printer", "Kitchen", homePath("empty.bin")}), 1,
+                          QStringLiteral("sbtool: %1 is empty: there is nothing to print").arg(homePath("empty.bin"))));
+    const QString missing = homePath("none.bin");
+    EXPECT_TRUE(failsWith(run({"print", "--printer", "Kitchen", missing}), 1,
+                          QStringLiteral("sbtool: cannot read %1: No such file or directory").arg(missing)));
+}
+
+// Without a scheduler: CUPS_SERVER names a socket nobody listens on.
+class WithoutCups : public ToolTest {
+protected:
+    QMap<QString, QString> noScheduler() const { return {{"CUPS_SERVER", homePath("no-cups.sock")}}; }
+};
+
+TEST_F(WithoutCups, EveryCommandThatPrintsSaysCupsIsNotRunning)
+{
+    const QString line = QStringLiteral("sbtool: cannot reach the CUPS scheduler (is cupsd running?)");
+    ASSERT_TRUE(writeFile(homePath("r.bin"), "\x1b@Table 3\n"));
+    EXPECT_TRUE(failsWith(run({"print", "--printer", "Kitchen", homePath("r.bin")}, noScheduler()), 1, line));
+    const ToolRun format = run({"format", "--print", "Kitchen"}, noScheduler());
+    EXPECT_TRUE(failsWith(format, 1, line));
+    EXPECT_EQ(format.out, QByteArray());
+    EXPECT_TRUE(failsWith(run({"printers"}, noScheduler()), 1, line));
+}
+
+TEST_F(WithoutCups, CommandLineMistakesAreUsageErrors)
+{
+    EXPECT_TRUE(usageError(run({"print", "r.bin"}), "print", "--printer NAME is required"));
+    EXPECT_TRUE(usageError(run({"print", "--printer", "Kitchen"}), "print", "no FILE to print"));
+    EXPECT_TRUE(usageError(run({"print", "--printer", "Kitchen", "a.bin", "b.bin"}), "print",
+                           "unexpected argument \"b.bin\""));
+    EXPECT_TRUE(usageError(run({"print", "--printer"}), "print", "--printer needs a value"));
+    EXPECT_TRUE(usageError(run({"printers", "--all"}), "printers", "unexpected argument \"--all\""));
+}
+
+}  // namespace
