@@ -86,6 +86,28 @@ TEST_F(PrintCommand, JobOnAStoppedQueueFailsInOneLine)
     EXPECT_EQ(withoutWaits(result.out), "Patio: queued\nPatio: sent\n");
 }
 
+TEST_F(PrintCommand, OfflinePrinterOnALocalPortIsRefusedInOneLine)
+{
+    // A queue on a parallel port whose queue is stopped: the spooler marks it offline.
+    ASSERT_TRUE(s_cups->addRawQueue("Upstairs", "parallel:/dev/lp7"));
+    ASSERT_TRUE(s_cups->stopQueue("Upstairs"));
+    ASSERT_TRUE(writeFile(homePath("r.bin"), "\x1b@Table 5\n"));
+    const ToolRun result = run({"print", "--printer", "Upstairs", homePath("r.bin")});
+    EXPECT_TRUE(failsWith(result, 1,
+                          "sbtool: printer \"Upstairs\" is not connected: its queue is stopped or rejects jobs, or "
+                          "its device is unplugged"));
+    EXPECT_EQ(result.out, QByteArray());
+}
+
+TEST_F(PrintCommand, PrinterOnAPortTheClientCannotUseIsRefusedInOneLine)
+{
+    // The error-handling backend wrapped around a socket: its port is named after its scheme.
+    ASSERT_TRUE(s_cups->addRawQueue("Wrapped", "beh:/1/3/5/socket://127.0.0.1:9/"));
+    ASSERT_TRUE(writeFile(homePath("r.bin"), "\x1b@Table 6\n"));
+    EXPECT_TRUE(failsWith(run({"print", "--printer", "Wrapped", homePath("r.bin")}), 1,
+                          "sbtool: printer \"Wrapped\" is on port \"beh\", which the client cannot print to"));
+}
+
 TEST_F(PrintCommand, EmptyOrMissingFileIsOneLine)
 {
     ASSERT_TRUE(writeFile(homePath("empty.bin"), QByteArray()));
