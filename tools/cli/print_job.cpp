@@ -7,6 +7,7 @@
 #include "systemif/print.h"
 #include "utility_business/log.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -31,12 +32,11 @@ constexpr seconds kGiveUp{30};
 constexpr seconds kProgressEvery{2};
 
 // What became of the job. Print dispatch tells only the outcome; that the worker has taken the job and
-// handed it to the spooler (or found the printer gone) shows in the service's log records.
+// hands it to the spooler shows in the service's log records.
 class JobProgress : public utility_business::log::Sink {
 public:
     struct State {
         bool sent = false;
-        bool notConnected = false;
         bool finished = false;
         bool printed = false;
         steady_clock::time_point sentAt;
@@ -44,15 +44,12 @@ public:
 
     void write(const utility_business::log::Record& record) override
     {
-        if (record.unit != "src/printer/printer")
+        if (record.unit != "src/printer/printer" || record.type != "function" ||
+            record.text.find("Printer::printDocBySysPrinter") == std::string::npos)
             return;
         std::lock_guard<std::mutex> lock(m_mutex);
-        if (record.type == "function" && record.text.find("Printer::printDocBySysPrinter") != std::string::npos) {
-            m_state.sent = true;
-            m_state.sentAt = steady_clock::now();
-        } else if (record.type == "error" && record.text == "printer not connected") {
-            m_state.notConnected = true;
-        }
+        m_state.sent = true;
+        m_state.sentAt = steady_clock::now();
         m_changed.notify_all();
     }
 
@@ -69,8 +66,7 @@ public:
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         m_changed.wait_until(lock, until, [&] {
-            return m_state.sent != seen.sent || m_state.notConnected != seen.notConnected ||
-                   m_state.finished != seen.finished;
+            return m_state.sent != seen.sent || m_state.finished != seen.finished;
         });
         return m_state;
     }
@@ -174,14 +170,13 @@ int printReceipt(const QString& printerName, const QByteArray& receipt)
                 return fail(QStringLiteral("%1: failed after the 10-second limit").arg(printerName));
             return fail(QStringLiteral("%1: failed: CUPS did not print the job").arg(printerName));
         }
-        if (now.notConnected)
-            return fail(QStringLiteral("%1: not sent: the printer is no longer connected").arg(printerName));
         const steady_clock::time_point at = steady_clock::now();
         if (at >= queuedAt + kGiveUp)
             return fail(QStringLiteral("%1: no outcome after %2 s").arg(printerName).arg(kGiveUp.count()));
         if (at >= nextProgress) {
             const long long waited = duration_cast<seconds>(at - (now.sent ? now.sentAt : queuedAt)).count();
-            say(printerName, QStringLiteral("%1, waiting %2 s").arg(now.sent ? "sent" : "queued").arg(waited));
+            const QLatin1String state(now.sent ? "sent" : "queued");
+            say(printerName, QStringLiteral("%1, waiting %2 s").arg(state).arg(waited));
             nextProgress += kProgressEvery;
         }
         shown = now;
