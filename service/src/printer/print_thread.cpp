@@ -125,7 +125,7 @@ void PrintThread::print(const PrintItem& item)
         // Told when the spooler says how the job ended; a printer that is not connected is not sent the
         // job, and its caller is not told.
         Printer::printDocBySysPrinter(item.info, item.doc,
-                                      [report](int /*jobId*/, const QString& /*printerName*/, bool done) { report(done); });
+                                      [report](int /*jobId*/, const QString& /*printer*/, bool done) { report(done); });
         break;
     case utility_enum::PRINTER_LIBUSB:
         report(Printer::printDocByUsbPrinter(item.info, item.doc));

@@ -148,7 +148,8 @@ bool waitForRecords(const utility_business::log::Capture& capture, const std::st
 
 std::string workerOf(const utility_business::log::Capture& capture, int printerId)
 {
-    const QRegularExpression pattern(QStringLiteral("^create printer \\[%1\\] work thread \\[(\\d+)\\]$").arg(printerId));
+    const QRegularExpression pattern(
+        QStringLiteral("^create printer \\[%1\\] work thread \\[(\\d+)\\]$").arg(printerId));
     for (const auto& record : capture.records()) {
         const auto match = pattern.match(QString::fromStdString(record.text));
         if (match.hasMatch()) return match.captured(1).toStdString();
@@ -156,7 +157,8 @@ std::string workerOf(const utility_business::log::Capture& capture, int printerI
     return {};
 }
 
-utility_business::PrinterInfo printerRecord(int id, const QString& name, utility_business::utility_enum::PrinterType type,
+utility_business::PrinterInfo printerRecord(int id, const QString& name,
+                                            utility_business::utility_enum::PrinterType type,
                                             bool connected)
 {
     utility_business::PrinterInfo info;

@@ -83,7 +83,8 @@ bool waitForRecords(const utility_business::log::Capture& capture, const std::st
 // record; empty when there is none.
 std::string workerOf(const utility_business::log::Capture& capture, int printerId);
 
-utility_business::PrinterInfo printerRecord(int id, const QString& name, utility_business::utility_enum::PrinterType type,
+utility_business::PrinterInfo printerRecord(int id, const QString& name,
+                                            utility_business::utility_enum::PrinterType type,
                                             bool connected = true);
 
 // The manager's own operations that are not static.

@@ -31,6 +31,12 @@ QByteArray document(int number)
     return Printer::buildDocument(receipt(number)).bytes();
 }
 
+// The entry record of an operation of the service, without arguments.
+std::string entryOf(const std::string& operation)
+{
+    return "name:\tservice_business::" + operation + "\narguments:\t";
+}
+
 std::string pushedTo(const std::string& worker)
 {
     return "push print cmd to thread [" + worker + "]";
@@ -43,7 +49,10 @@ protected:
         PrintManager::printOrder(printer, receipt(number), m_outcomes.callback(number));
     }
 
-    bool waitForPops(int count) { return waitForRecords(m_log, "message", "pop front print item, print list size: 0", count); }
+    bool waitForPops(int count)
+    {
+        return waitForRecords(m_log, "message", "pop front print item, print list size: 0", count);
+    }
 };
 
 }  // namespace
@@ -64,7 +73,8 @@ TEST_F(PrintDispatch, SpoolerJobIsToldTrueOnceThePrinterHasPrintedIt)
     ASSERT_FALSE(worker.empty());
     std::vector<std::string> texts;
     for (const auto& record : m_log.records()) {
-        EXPECT_EQ(record.unit, record.text.rfind("name:\tservice_business::Printer::", 0) == 0 ? kPrinterUnit : kPrintManagerUnit);
+        const bool ofPrinter = record.text.rfind("name:\tservice_business::Printer::", 0) == 0;
+        EXPECT_EQ(record.unit, ofPrinter ? kPrinterUnit : kPrintManagerUnit);
         texts.push_back(record.text);
     }
     const std::vector<std::string> expected{
@@ -140,7 +150,7 @@ TEST_F(PrintDispatch, LibusbJobIsWrittenToTheAttachedSupportedPrinter)
     EXPECT_TRUE(sameBytes(document(1), m_fake.usbBus.written("004").first()));
     EXPECT_EQ(m_outcomes.results(2), QList<bool>{false});
     EXPECT_EQ(countRecords(m_log, "error", "can not find libusb printer"), 1);
-    EXPECT_EQ(countRecords(m_log, "function", "name:\tservice_business::Printer::printDocByUsbPrinter\narguments:\t"), 2);
+    EXPECT_EQ(countRecords(m_log, "function", entryOf("Printer::printDocByUsbPrinter")), 2);
 }
 
 TEST_F(PrintDispatch, RecordOfAnotherTypeIsDequeuedWithoutPrintingOrCallback)
@@ -237,7 +247,7 @@ TEST_F(PrintDispatch, PrinterChangeMovesAWorkerWithItsQueueToTheNewId)
 
     PrintManager::printerHasChanged({{7, 3}});
     // Printer 5 had no job left: its worker stops without anyone being told anything.
-    EXPECT_EQ(countRecords(m_log, "function", "name:\tservice_business::PrintThread::cancelAllAndStop\narguments:\t"), 1);
+    EXPECT_EQ(countRecords(m_log, "function", entryOf("PrintThread::cancelAllAndStop")), 1);
     EXPECT_EQ(m_outcomes.order(), QList<int>{10});
 
     moved.id = 7;

@@ -26,6 +26,7 @@ using systemif::print::SpoolerJobState;
 namespace {
 
 const std::string kCancelEntry = "name:\tservice_business::PrintThread::cancelPrintCurrentOrder\narguments:\t";
+const std::string kStopEntry = "name:\tservice_business::PrintThread::cancelAllAndStop\narguments:\t";
 
 QByteArray receipt(int number)
 {
@@ -168,6 +169,6 @@ TEST_F(PrintWatchdog, PrinterChangeStopsABusyWorkerAndEachOfItsJobsIsToldFalse)
     const auto jobs = m_fake.spooler.jobs();
     ASSERT_EQ(jobs.size(), 1) << "the queued jobs never reach the spooler";
     EXPECT_EQ(jobs[0].state, SpoolerJobState::Failed) << "the job under way is cancelled at the spooler";
-    EXPECT_EQ(countRecords(m_log, "function", "name:\tservice_business::PrintThread::cancelAllAndStop\narguments:\t"), 1);
+    EXPECT_EQ(countRecords(m_log, "function", kStopEntry), 1);
     EXPECT_EQ(countRecords(m_log, "message", "pop front print item, print list size: 0"), 2);
 }

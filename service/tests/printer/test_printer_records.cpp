@@ -12,6 +12,7 @@
 #include <memory>
 
 using namespace utility_business;
+using printer_test::printerRecord;
 using service_business::Printer;
 using systemif::print::FakePrintSystem;
 using systemif::print::PRINTER_INFO_2W;
@@ -175,7 +176,7 @@ TEST_F(PrinterRecordTest, WidthComesFromTheDriverNameUnlessOneIsStored)
 
 TEST_F(PrinterRecordTest, NullRecordLeavesTheInfoAlone)
 {
-    PrinterInfo info = printer_test::printerRecord(4, QStringLiteral("Kitchen"), utility_enum::PRINTER_SYSTEM_NETWORK);
+    PrinterInfo info = printerRecord(4, "Kitchen", utility_enum::PRINTER_SYSTEM_NETWORK);
     info.portName = QStringLiteral("IP_10.0.0.5");
     const QString before = info.toJson();
     Printer::loadDataFromPRINTER_INFO2(info, nullptr);
@@ -185,7 +186,7 @@ TEST_F(PrinterRecordTest, NullRecordLeavesTheInfoAlone)
 TEST_F(PrinterRecordTest, SystemPrinterInfoRefreshesAKnownPrinterOnly)
 {
     m_fake.spooler.addQueue("Kitchen", "POS-80 Series", "usb://Vendor/TM-T20");
-    PrinterInfo known = printer_test::printerRecord(2, QStringLiteral("kitchen"), utility_enum::PRINTER_SYSTEM_LOCAL);
+    PrinterInfo known = printerRecord(2, "kitchen", utility_enum::PRINTER_SYSTEM_LOCAL);
     known.width.clear();
     EXPECT_TRUE(Printer::systemPrinterInfo(known));
     EXPECT_EQ(known.id, 2);
@@ -194,7 +195,7 @@ TEST_F(PrinterRecordTest, SystemPrinterInfoRefreshesAKnownPrinterOnly)
     EXPECT_EQ(known.width, "80mm");
     EXPECT_EQ(known.portName, "USB001");
 
-    PrinterInfo unknown = printer_test::printerRecord(3, QStringLiteral("Gone"), utility_enum::PRINTER_SYSTEM_LOCAL);
+    PrinterInfo unknown = printerRecord(3, "Gone", utility_enum::PRINTER_SYSTEM_LOCAL);
     const QString before = unknown.toJson();
     EXPECT_FALSE(Printer::systemPrinterInfo(unknown));
     EXPECT_EQ(unknown.toJson(), before);
@@ -203,7 +204,7 @@ TEST_F(PrinterRecordTest, SystemPrinterInfoRefreshesAKnownPrinterOnly)
 TEST_F(PrinterRecordTest, LocalSpoolerPrinterIsConnectedWhileItsQueueWorks)
 {
     m_fake.spooler.addQueue("Kitchen", "POS-80 Series", "usb://Vendor/TM-T20");
-    const PrinterInfo kitchen = printer_test::printerRecord(1, QStringLiteral("Kitchen"), utility_enum::PRINTER_SYSTEM_LOCAL);
+    const PrinterInfo kitchen = printerRecord(1, "Kitchen", utility_enum::PRINTER_SYSTEM_LOCAL);
     EXPECT_TRUE(Printer::isConnected(kitchen));
     m_fake.spooler.setStopped("Kitchen", true);
     EXPECT_FALSE(Printer::isConnected(kitchen));
@@ -211,14 +212,14 @@ TEST_F(PrinterRecordTest, LocalSpoolerPrinterIsConnectedWhileItsQueueWorks)
     m_fake.spooler.setAcceptingJobs("Kitchen", false);
     EXPECT_FALSE(Printer::isConnected(kitchen));
 
-    EXPECT_FALSE(Printer::isConnected(printer_test::printerRecord(2, QStringLiteral("Gone"), utility_enum::PRINTER_SYSTEM_LOCAL)));
+    EXPECT_FALSE(Printer::isConnected(printerRecord(2, "Gone", utility_enum::PRINTER_SYSTEM_LOCAL)));
 }
 
 TEST_F(PrinterRecordTest, PrinterOnAVirtualComPortIsConnectedWhileItsDeviceIsThere)
 {
     m_fake.spooler.addQueue("Counter", "XP-58", "serial:/dev/ttyUSB0?baud=115200");
     m_fake.serialPorts.addPort("/dev/ttyUSB0", true, true);
-    const PrinterInfo counter = printer_test::printerRecord(1, QStringLiteral("Counter"), utility_enum::PRINTER_SYSTEM_LOCAL);
+    const PrinterInfo counter = printerRecord(1, "Counter", utility_enum::PRINTER_SYSTEM_LOCAL);
     EXPECT_TRUE(Printer::isConnected(counter));
     m_fake.serialPorts.setPresent("/dev/ttyUSB0", false);
     EXPECT_FALSE(Printer::isConnected(counter));
@@ -231,15 +232,15 @@ TEST_F(PrinterRecordTest, PrinterOnAVirtualComPortIsConnectedWhileItsDeviceIsThe
 TEST_F(PrinterRecordTest, NetworkPrinterIsConnectedWhenItsHostAnswersAPing)
 {
     m_fake.spooler.addQueue("Loopback", "POS-80", "socket://127.0.0.1:9100");
-    EXPECT_TRUE(Printer::isConnected(printer_test::printerRecord(1, QStringLiteral("Loopback"), utility_enum::PRINTER_SYSTEM_NETWORK)));
+    EXPECT_TRUE(Printer::isConnected(printerRecord(1, "Loopback", utility_enum::PRINTER_SYSTEM_NETWORK)));
     // A name that never resolves: nobody answers.
     m_fake.spooler.addQueue("Nowhere", "POS-80", "socket://printer.invalid:9100");
-    EXPECT_FALSE(Printer::isConnected(printer_test::printerRecord(2, QStringLiteral("Nowhere"), utility_enum::PRINTER_SYSTEM_NETWORK)));
+    EXPECT_FALSE(Printer::isConnected(printerRecord(2, "Nowhere", utility_enum::PRINTER_SYSTEM_NETWORK)));
 }
 
 TEST_F(PrinterRecordTest, LibusbPrinterIsConnectedWhileASupportedOneIsAttached)
 {
-    const PrinterInfo libusb = printer_test::printerRecord(0, QStringLiteral("Libusb"), utility_enum::PRINTER_LIBUSB);
+    const PrinterInfo libusb = printerRecord(0, "Libusb", utility_enum::PRINTER_LIBUSB);
     EXPECT_FALSE(Printer::isConnected(libusb));
     m_fake.usbBus.attach(usbDevice("002", 0x1234, 0x5678));  // a printer not on the list
     m_fake.usbBus.attach(usbDevice("003", printer_test::kSupportedVendor, printer_test::kSupportedProduct, false));
@@ -250,15 +251,16 @@ TEST_F(PrinterRecordTest, LibusbPrinterIsConnectedWhileASupportedOneIsAttached)
 
 TEST_F(PrinterRecordTest, PrintSupportAndUnknownTypesAreAlwaysConnected)
 {
-    EXPECT_TRUE(Printer::isConnected(printer_test::printerRecord(0, QStringLiteral("Usb"), utility_enum::PRINTER_USB_PRINT_SUPPORT, false)));
-    EXPECT_TRUE(Printer::isConnected(printer_test::printerRecord(0, QStringLiteral("Odd"), utility_enum::PrinterType(7), false)));
-    EXPECT_TRUE(Printer::isConnected(printer_test::printerRecord(0, QStringLiteral("None"), utility_enum::PRINTER_UNUSABLE, false)));
+    EXPECT_TRUE(Printer::isConnected(printerRecord(0, "Usb", utility_enum::PRINTER_USB_PRINT_SUPPORT, false)));
+    EXPECT_TRUE(Printer::isConnected(printerRecord(0, "Odd", utility_enum::PrinterType(7), false)));
+    EXPECT_TRUE(Printer::isConnected(printerRecord(0, "None", utility_enum::PRINTER_UNUSABLE, false)));
 }
 
 TEST(UsbPrinterList, ReadsHexadecimalPairsAndSkipsOtherLines)
 {
     using service_business::usb_printer_list::parseSupportedList;
-    const auto list = parseSupportedList(QStringLiteral("0416,5011\r\n\n 1F C9 , 2016 \r\nbad line\n1,2,3\nzz,1\n0x0483,5720"));
+    const auto list =
+        parseSupportedList(QStringLiteral("0416,5011\r\n\n 1F C9 , 2016 \r\nbad line\n1,2,3\nzz,1\n0x0483,5720"));
     ASSERT_EQ(list.size(), 3);
     EXPECT_EQ(list[0].vendorId, 0x0416);
     EXPECT_EQ(list[0].productId, 0x5011);
