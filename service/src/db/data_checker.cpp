@@ -60,10 +60,17 @@ bool loadPackaged(const char* member, JsonDocument& doc)
     return doc.fromString(text, error);
 }
 
+// On a new installation the application-data directory does not exist yet: make it before the first save.
+bool saveToAppdata(const JsonDocument& doc, const char* fileName)
+{
+    const QString dir = kelmoPathInfo().appdataDir();
+    return QDir().mkpath(dir) && doc.toFile(joinPath(dir, QLatin1String(fileName)));
+}
+
 bool restoreFile(const char* member, const char* fileName)
 {
     JsonDocument doc;
-    return loadPackaged(member, doc) && doc.toFile(joinPath(kelmoPathInfo().appdataDir(), QLatin1String(fileName)));
+    return loadPackaged(member, doc) && saveToAppdata(doc, fileName);
 }
 
 bool restoreAppSettingFile() { return restoreFile(settings_files::kPackagedApp, settings_files::kApp); }
@@ -88,7 +95,7 @@ bool restoreBasisSettingFile()
         // Replacing the array in place keeps the factory layout of the file.
         if (!doc.addObjArray(entries, resourcesPath)) return false;
     }
-    return doc.toFile(joinPath(kelmoPathInfo().appdataDir(), settings_files::kBasis));
+    return saveToAppdata(doc, settings_files::kBasis);
 }
 
 }  // namespace

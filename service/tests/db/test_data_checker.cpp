@@ -4,6 +4,7 @@
 #include "db/json_db_p.h"
 #include "service_business/data_checker.h"
 
+#include <QDir>
 #include <QFile>
 
 namespace dc = service_business::data_manage::data_checker;
@@ -28,6 +29,16 @@ TEST_F(DataChecker, RestoresMissingAppFileFromPackageAndDropsProfiles)
 
     EXPECT_EQ(readFile(QStringLiteral("Settings-App.json")), factoryText(QStringLiteral("Settings-App.json")));
     EXPECT_FALSE(exists(QStringLiteral("Profiles")));
+}
+
+TEST_F(DataChecker, CreatesAllThreeFilesOnANewInstallation)
+{
+    ASSERT_TRUE(QDir(appdataPath(QString())).removeRecursively());
+
+    EXPECT_TRUE(dc::checkSettings());
+
+    for (const QString name : {"Settings-App.json", "Settings-Basis.json", "Settings-Env.json"})
+        EXPECT_EQ(readFile(name), factoryText(name)) << name.toStdString();
 }
 
 TEST_F(DataChecker, TreatsUnparsableAppFileAsMissing)
