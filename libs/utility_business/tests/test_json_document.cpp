@@ -10,7 +10,6 @@
 #include <climits>
 
 using utility_business::JsonDocument;
-using utility_business::KeyPath;
 
 namespace {
 
@@ -18,33 +17,20 @@ QString compact(const JsonDocument& doc) { return doc.toCompactString(); }
 
 }  // namespace
 
-// --- parsing -------------------------------------------------------------------------------------------
-
-TEST(JsonDocumentParse, TextThatDoesNotParseGivesEmptyObject)
+TEST(JsonDocumentParse, BadTextGivesEmptyObjectOrIsRefusedWithPositionKeepingTheDocument)
 {
-    EXPECT_EQ(compact(JsonDocument(QStringLiteral("{\"a\":"))), "{}");
-    EXPECT_EQ(compact(JsonDocument(QString())), "{}");
-    EXPECT_EQ(compact(JsonDocument(QStringLiteral("{} trailing"))), "{}");
-}
+    for (const QString& text : {QStringLiteral("{\"a\":"), QString(), QStringLiteral("{} trailing")})
+        EXPECT_EQ(compact(JsonDocument(text)), "{}") << text.toStdString();
 
-TEST(JsonDocumentParse, FromStringRejectsBadTextWithPositionAndKeepsDocument)
-{
     JsonDocument doc(QStringLiteral("{\"keep\":1}"));
     QString error;
     EXPECT_FALSE(doc.fromString(QStringLiteral("{\n  \"a\": tru\n}"), error));
     EXPECT_EQ(error, "invalid JSON at line 2, column 8");
-    EXPECT_EQ(compact(doc), "{\"keep\":1}");
-
     EXPECT_FALSE(doc.fromString(QString(), error));
     EXPECT_EQ(error, "empty JSON text");
     EXPECT_FALSE(doc.fromString(QStringLiteral("[1] [2]"), error));
     EXPECT_EQ(compact(doc), "{\"keep\":1}");
-}
 
-TEST(JsonDocumentParse, AcceptsTrailingWhiteSpaceAndAnyValueAsRoot)
-{
-    JsonDocument doc;
-    QString error;
     EXPECT_TRUE(doc.fromString(QStringLiteral(" {\"a\":1} \n\t"), error));
     EXPECT_EQ(compact(doc), "{\"a\":1}");
     EXPECT_TRUE(doc.fromString(QStringLiteral("[1,\"x\"]"), error));
@@ -52,31 +38,24 @@ TEST(JsonDocumentParse, AcceptsTrailingWhiteSpaceAndAnyValueAsRoot)
     EXPECT_FALSE(doc.setInt({"a"}, 1));  // no member can be set in an array
 }
 
-TEST(JsonDocumentParse, FromFileLoadsGoodFileAndKeepsDocumentOtherwise)
+TEST(JsonDocumentParse, FromFileLoadsGoodFileWithByteOrderMarkAndKeepsDocumentOtherwise)
 {
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
-    const QString good = dir.filePath("good.json");
-    const QString bad = dir.filePath("bad.json");
-    QFile goodFile(good);
-    ASSERT_TRUE(goodFile.open(QIODevice::WriteOnly));
-    goodFile.write("\xEF\xBB\xBF{\"z\": 1, \"a\": [true]}\n");  // byte order mark, as editors on other systems write
-    goodFile.close();
-    QFile badFile(bad);
-    ASSERT_TRUE(badFile.open(QIODevice::WriteOnly));
-    badFile.write("{\"z\": ");
-    badFile.close();
+    const auto write = [&](const char* name, const QByteArray& bytes) {
+        QFile file(dir.filePath(name));
+        return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+    };
+    ASSERT_TRUE(write("good.json", "\xEF\xBB\xBF{\"z\": 1, \"a\": [true]}\n"));  // as editors on other systems write
+    ASSERT_TRUE(write("bad.json", "{\"z\": "));
 
     JsonDocument doc(QStringLiteral("{\"keep\":true}"));
-    EXPECT_FALSE(doc.fromFile(dir.filePath("missing.json")));
-    EXPECT_FALSE(doc.fromFile(bad));
-    EXPECT_FALSE(doc.fromFile(dir.path()));
+    for (const QString& path : {dir.filePath("missing.json"), dir.filePath("bad.json"), dir.path()})
+        EXPECT_FALSE(doc.fromFile(path)) << path.toStdString();
     EXPECT_EQ(compact(doc), "{\"keep\":true}");
-    EXPECT_TRUE(doc.fromFile(good));
+    EXPECT_TRUE(doc.fromFile(dir.filePath("good.json")));
     EXPECT_EQ(compact(doc), "{\"z\":1,\"a\":[true]}");
 }
-
-// --- text forms ----------------------------------------------------------------------------------------
 
 TEST(JsonDocumentText, IndentedFormUsesFourSpacesAndKeepsMemberOrder)
 {
@@ -102,58 +81,44 @@ TEST(JsonDocumentText, IndentedFormUsesFourSpacesAndKeepsMemberOrder)
     EXPECT_EQ(doc.toString({"a", "y"}), "[\n    1,\n    {\n        \"k\": null\n    }\n]");
     EXPECT_EQ(doc.toString({"s"}), "\"x\"");
     EXPECT_EQ(doc.toString({"a", "missing"}), QString());
-    EXPECT_EQ(JsonDocument().toString(), "{}");
 }
 
-TEST(JsonDocumentText, WholeNumbersPrintAsIntegersOthersRoundTrip)
+TEST(JsonDocumentText, NumbersStringsAndArrayEntriesHaveExactCompactForms)
 {
-    const JsonDocument doc(QStringLiteral(
-        "[1.0, -0.0, 2.5, -7, 0.1, 1e20, 123456789012, 3.141592653589793, 1e-7, 2147483648]"));
-    EXPECT_EQ(compact(doc), "[1,0,2.5,-7,0.1,1e+20,123456789012,3.141592653589793,1e-07,2147483648]");
-}
+    EXPECT_EQ(compact(JsonDocument(QStringLiteral(
+                  "[1.0, -0.0, 2.5, -7, 0.1, 1e20, 123456789012, 3.141592653589793, 1e-7, 2147483648]"))),
+              "[1,0,2.5,-7,0.1,1e+20,123456789012,3.141592653589793,1e-07,2147483648]");
 
-TEST(JsonDocumentText, StringsAreEscapedAndUtf8IsKept)
-{
+    const QString value = QStringLiteral("a\"b\\c\nd\te\x01 ") + QString::fromUtf8("宫保鸡丁");
     JsonDocument doc;
-    ASSERT_TRUE(doc.setString({"k\"ey"}, QStringLiteral("a\"b\\c\nd\te\x01 ") + QString::fromUtf8("宫保鸡丁")));
+    ASSERT_TRUE(doc.setString({"k\"ey"}, value));
     EXPECT_EQ(compact(doc), QString::fromUtf8("{\"k\\\"ey\":\"a\\\"b\\\\c\\nd\\te\\u0001 宫保鸡丁\"}"));
-    const JsonDocument again(compact(doc));
-    EXPECT_EQ(again.getString({"k\"ey"}), QStringLiteral("a\"b\\c\nd\te\x01 ") + QString::fromUtf8("宫保鸡丁"));
-}
+    EXPECT_EQ(JsonDocument(compact(doc)).getString({"k\"ey"}), value);
 
-TEST(JsonDocumentText, NodeToStringAndArrayEntriesAreCompact)
-{
-    const JsonDocument doc(QStringLiteral("{\"list\":[{\"a\": 1, \"b\": [2]}, \"s\", 3], \"o\": {}}"));
-    EXPECT_EQ(doc.array({"list"}), (QStringList{"{\"a\":1,\"b\":[2]}", "\"s\"", "3"}));
-    EXPECT_TRUE(doc.array({"o"}).isEmpty());
-    EXPECT_TRUE(doc.array({"missing"}).isEmpty());
-    EXPECT_EQ(JsonDocument::nodeToString(doc.root()), "{\"list\":[{\"a\":1,\"b\":[2]},\"s\",3],\"o\":{}}");
+    const JsonDocument list(QStringLiteral("{\"list\":[{\"a\": 1, \"b\": [2]}, \"s\", 3], \"o\": {}}"));
+    EXPECT_EQ(list.array({"list"}), (QStringList{"{\"a\":1,\"b\":[2]}", "\"s\"", "3"}));
+    EXPECT_TRUE(list.array({"o"}).isEmpty());
+    EXPECT_EQ(JsonDocument::nodeToString(list.root()), "{\"list\":[{\"a\":1,\"b\":[2]},\"s\",3],\"o\":{}}");
     EXPECT_EQ(JsonDocument::nodeToString(nullptr), QString());
 }
 
-// --- changing the tree ---------------------------------------------------------------------------------
-
-TEST(JsonDocumentAddNode, ReplacedMemberKeepsItsPositionAndNewOnesAppend)
+TEST(JsonDocumentChange, ReplacedMembersKeepTheirPlaceNewOnesAppendAndPathsAreCreated)
 {
-    JsonDocument doc(QStringLiteral("{\"a\":1,\"b\":2,\"c\":3}"));
+    JsonDocument doc(QStringLiteral("{\"a\":1,\"b\":{\"c\":2,\"d\":3},\"e\":4}"));
     EXPECT_TRUE(doc.addNode(QStringLiteral("{\"x\":true}"), {"a"}));
-    EXPECT_TRUE(doc.addNode(QStringLiteral("\"two\""), {"b"}));
-    EXPECT_TRUE(doc.addNode(QStringLiteral("[]"), {"c"}));
-    EXPECT_TRUE(doc.addNode(QStringLiteral("4"), {"d"}));
-    EXPECT_EQ(compact(doc), "{\"a\":{\"x\":true},\"b\":\"two\",\"c\":[],\"d\":4}");
-}
-
-TEST(JsonDocumentAddNode, CreatesIntermediateObjects)
-{
-    JsonDocument doc(QStringLiteral("{\"print\":{\"isPrintBarcodeEnabled\":true}}"));
+    EXPECT_TRUE(doc.removeNode({"e"}));
+    EXPECT_TRUE(doc.removeNode({"b", "c"}));
     EXPECT_TRUE(doc.addNode(QStringLiteral("{\"width\":\"80mm\"}"), {"print", "printers", "3"}));
-    EXPECT_TRUE(doc.addNode(QStringLiteral("{}"), {"profiles", "1"}));
-    EXPECT_EQ(compact(doc),
-              "{\"print\":{\"isPrintBarcodeEnabled\":true,\"printers\":{\"3\":{\"width\":\"80mm\"}}},"
-              "\"profiles\":{\"1\":{}}}");
+    EXPECT_TRUE(doc.setInt({"b", "g"}, 6));
+    EXPECT_TRUE(doc.addObjArray({"{\"filename\":\"a\"}", "{\"filename\":\"b\"}"}, {"resources"}));
+    EXPECT_TRUE(doc.addObjArray({}, {"empty"}));
+    EXPECT_EQ(compact(doc), "{\"a\":{\"x\":true},\"b\":{\"d\":3,\"g\":6},\"print\":{\"printers\":{\"3\":{\"width\":\"80mm\"}}},"
+                            "\"resources\":[{\"filename\":\"a\"},{\"filename\":\"b\"}],\"empty\":[]}");
+    EXPECT_TRUE(doc.addNode(QStringLiteral("{\"b\":2}"), {}));
+    EXPECT_EQ(compact(doc), "{\"b\":2}");
 }
 
-TEST(JsonDocumentAddNode, FailsWithoutChangeOnBadTextOrNonObjectOnTheWay)
+TEST(JsonDocumentChange, FailsWithoutChangeOnBadTextMissingPathsOrNonObjectsOnTheWay)
 {
     JsonDocument doc(QStringLiteral("{\"a\":{\"n\":5},\"l\":[1]}"));
     const QString before = compact(doc);
@@ -161,33 +126,11 @@ TEST(JsonDocumentAddNode, FailsWithoutChangeOnBadTextOrNonObjectOnTheWay)
     EXPECT_FALSE(doc.addNode(QStringLiteral("1"), {"a", "n", "deeper", "still"}));
     EXPECT_FALSE(doc.addNode(QStringLiteral("1"), {"l", "0"}));
     EXPECT_FALSE(doc.setString({"a", "n", "x"}, QStringLiteral("v")));
-    EXPECT_EQ(compact(doc), before);
-}
-
-TEST(JsonDocumentAddNode, EmptyPathReplacesTheWholeDocument)
-{
-    JsonDocument doc(QStringLiteral("{\"a\":1}"));
-    EXPECT_TRUE(doc.addNode(QStringLiteral("{\"b\":2}"), {}));
-    EXPECT_EQ(compact(doc), "{\"b\":2}");
-}
-
-TEST(JsonDocumentRemoveNode, RemovesMemberAndLaterAppendsGoToTheEnd)
-{
-    JsonDocument doc(QStringLiteral("{\"a\":1,\"b\":{\"c\":2,\"d\":3},\"e\":4}"));
-    EXPECT_TRUE(doc.removeNode({"e"}));
-    EXPECT_TRUE(doc.removeNode({"b", "c"}));
-    EXPECT_TRUE(doc.setInt({"f"}, 5));
-    EXPECT_TRUE(doc.setInt({"b", "g"}, 6));
-    EXPECT_EQ(compact(doc), "{\"a\":1,\"b\":{\"d\":3,\"g\":6},\"f\":5}");
-}
-
-TEST(JsonDocumentRemoveNode, MissingPathOrRootIsRefused)
-{
-    JsonDocument doc(QStringLiteral("{\"a\":{\"b\":1}}"));
+    EXPECT_FALSE(doc.addObjArray({"{\"filename\":\"c\"}", "{broken"}, {"l"}));
     EXPECT_FALSE(doc.removeNode({"x"}));
-    EXPECT_FALSE(doc.removeNode({"a", "b", "c"}));
+    EXPECT_FALSE(doc.removeNode({"a", "n", "c"}));
     EXPECT_FALSE(doc.removeNode({}));
-    EXPECT_EQ(compact(doc), "{\"a\":{\"b\":1}}");
+    EXPECT_EQ(compact(doc), before);
 }
 
 TEST(JsonDocumentQuery, ChildrenNamesAndNodeExistFollowDocumentOrderAndCase)
@@ -196,46 +139,32 @@ TEST(JsonDocumentQuery, ChildrenNamesAndNodeExistFollowDocumentOrderAndCase)
     EXPECT_EQ(doc.childrenNames({"profiles"}), (QStringList{"3", "1", "2"}));
     EXPECT_EQ(doc.childrenNames({}), (QStringList{"profiles", "Basis", "list"}));
     EXPECT_TRUE(doc.childrenNames({"list"}).isEmpty());
-    EXPECT_TRUE(doc.childrenNames({"missing"}).isEmpty());
     EXPECT_TRUE(doc.nodeExist({"profiles", "1"}));
-    EXPECT_TRUE(doc.nodeExist({}));
     EXPECT_FALSE(doc.nodeExist({"basis"}));  // keys match case-sensitively
     EXPECT_FALSE(doc.nodeExist({"profiles", "4"}));
 }
 
-TEST(JsonDocumentArray, AddObjArrayStoresEntriesOrFailsWholly)
+TEST(JsonDocumentValues, GettersGiveDefaultForMissingOrOtherTypeAndIntsTruncateAndClamp)
 {
-    JsonDocument doc(QStringLiteral("{\"resources\":[1],\"version\":\"1\"}"));
-    EXPECT_TRUE(doc.addObjArray({"{\"filename\":\"a\"}", "{\"filename\":\"b\"}"}, {"resources"}));
-    EXPECT_FALSE(doc.addObjArray({"{\"filename\":\"c\"}", "{broken"}, {"resources"}));
-    EXPECT_TRUE(doc.addObjArray({}, {"empty"}));
-    EXPECT_EQ(compact(doc), "{\"resources\":[{\"filename\":\"a\"},{\"filename\":\"b\"}],\"version\":\"1\",\"empty\":[]}");
-}
-
-// --- typed values --------------------------------------------------------------------------------------
-
-TEST(JsonDocumentValues, GettersGiveDefaultForMissingOrOtherType)
-{
-    const JsonDocument doc(QStringLiteral("{\"s\":\"text\",\"i\":7,\"b\":true,\"n\":null,\"o\":{}}"));
+    const JsonDocument doc(QStringLiteral(
+        "{\"s\":\"text\",\"i\":7,\"b\":true,\"n\":null,\"o\":{},\"l\":[\"a\",1,null,\"b\"],"
+        "\"p\":2.9,\"m\":-2.9,\"big\":1e30,\"small\":-1e30}"));
     EXPECT_EQ(doc.getString({"s"}), "text");
     EXPECT_EQ(doc.getString({"i"}, QStringLiteral("dflt")), "dflt");
     EXPECT_EQ(doc.getString({"missing"}, QStringLiteral("dflt")), "dflt");
     EXPECT_EQ(doc.getInt({"i"}), 7);
     EXPECT_EQ(doc.getInt({"s"}, -1), -1);
     EXPECT_EQ(doc.getInt({"b"}, -1), -1);
+    EXPECT_EQ(doc.getInt({"o", "deeper"}, 3), 3);
     EXPECT_TRUE(doc.getBool({"b"}));
     EXPECT_TRUE(doc.getBool({"i"}, true));
     EXPECT_FALSE(doc.getBool({"n"}));
-    EXPECT_EQ(doc.getInt({"o", "deeper"}, 3), 3);
-}
-
-TEST(JsonDocumentValues, GetIntTruncatesTowardsZeroAndClamps)
-{
-    const JsonDocument doc(QStringLiteral("{\"a\":2.9,\"b\":-2.9,\"c\":1e30,\"d\":-1e30}"));
-    EXPECT_EQ(doc.getInt({"a"}), 2);
-    EXPECT_EQ(doc.getInt({"b"}), -2);
-    EXPECT_EQ(doc.getInt({"c"}), INT_MAX);
-    EXPECT_EQ(doc.getInt({"d"}), INT_MIN);
+    EXPECT_EQ(doc.getStringList({"l"}), (QStringList{"a", "b"}));
+    EXPECT_TRUE(doc.getStringList({"s"}).isEmpty());
+    EXPECT_EQ(doc.getInt({"p"}), 2);
+    EXPECT_EQ(doc.getInt({"m"}), -2);
+    EXPECT_EQ(doc.getInt({"big"}), INT_MAX);
+    EXPECT_EQ(doc.getInt({"small"}), INT_MIN);
 }
 
 TEST(JsonDocumentValues, SettersCreatePathsAndReplaceOtherTypes)
@@ -250,40 +179,23 @@ TEST(JsonDocumentValues, SettersCreatePathsAndReplaceOtherTypes)
                                               "\"restaurantNames\":[\"甲\",\"b\"]}"));
 }
 
-TEST(JsonDocumentValues, GetStringListSkipsEntriesThatAreNotStrings)
-{
-    const JsonDocument doc(QStringLiteral("{\"names\":[\"a\",1,null,\"b\"],\"one\":\"a\"}"));
-    EXPECT_EQ(doc.getStringList({"names"}), (QStringList{"a", "b"}));
-    EXPECT_TRUE(doc.getStringList({"one"}).isEmpty());
-}
-
 TEST(JsonDocumentValues, TransformStringsChangesValuesNotKeys)
 {
     JsonDocument doc(QStringLiteral("{\"k\":\"v\",\"n\":1,\"o\":{\"k\":[\"v\",{\"k\":\"longer value\"}]}}"));
     doc.transformStrings([](const QString& s) { return s.toUpper() + QStringLiteral("!"); });
     EXPECT_EQ(compact(doc), "{\"k\":\"V!\",\"n\":1,\"o\":{\"k\":[\"V!\",{\"k\":\"LONGER VALUE!\"}]}}");
-    doc.transformStrings([](const QString&) { return QString(); });
-    EXPECT_EQ(compact(doc), "{\"k\":\"\",\"n\":1,\"o\":{\"k\":[\"\",{\"k\":\"\"}]}}");
 }
 
-// --- value semantics -----------------------------------------------------------------------------------
-
-TEST(JsonDocumentCopy, CopiesAreDeepAndMovedFromReadsAsEmpty)
+TEST(JsonDocumentCopy, CopiesAreDeepAndMovedFromReadsAsEmptyAndUsable)
 {
     JsonDocument original(QStringLiteral("{\"a\":{\"b\":1}}"));
     JsonDocument copy(original);
     ASSERT_TRUE(copy.setInt({"a", "b"}, 2));
     EXPECT_EQ(original.getInt({"a", "b"}), 1);
 
-    JsonDocument assigned;
-    assigned = original;
-    ASSERT_TRUE(original.removeNode({"a"}));
-    EXPECT_EQ(assigned.getInt({"a", "b"}), 1);
-
     JsonDocument moved(std::move(copy));
     EXPECT_EQ(moved.getInt({"a", "b"}), 2);
     EXPECT_EQ(copy.toString(), "{}");  // NOLINT(bugprone-use-after-move): the moved-from state is specified
-    EXPECT_TRUE(copy.childrenNames({}).isEmpty());
     EXPECT_TRUE(copy.setInt({"again"}, 1));
     EXPECT_EQ(compact(copy), "{\"again\":1}");
 

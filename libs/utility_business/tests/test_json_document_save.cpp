@@ -119,7 +119,7 @@ protected:
 
 }  // namespace
 
-TEST_F(JsonDocumentSave, WritesIndentedTextWithFinalNewline)
+TEST_F(JsonDocumentSave, WritesIndentedTextWithFinalNewlineAndLeavesOnlyTheFile)
 {
     ASSERT_TRUE(m_doc.toFile(m_path));
     EXPECT_EQ(readFile(m_path),
@@ -134,27 +134,21 @@ TEST_F(JsonDocumentSave, WritesIndentedTextWithFinalNewline)
               "    }\n"
               "}\n");
     EXPECT_EQ(entriesOf(m_dir.path()), QStringList{"Settings-App.json"});
-    JsonDocument back;
-    ASSERT_TRUE(back.fromFile(m_path));
-    EXPECT_EQ(back.toCompactString(), m_doc.toCompactString());
 }
 
-TEST_F(JsonDocumentSave, ReplacingAFileKeepsItsMode)
-{
-    writeFile(m_path, kOldText);
-    ASSERT_EQ(::chmod(QFile::encodeName(m_path).constData(), 0640), 0);
-    ASSERT_TRUE(m_doc.toFile(m_path));
-    EXPECT_EQ(modeOf(m_path), 0640u);
-    EXPECT_TRUE(readFile(m_path).startsWith("{\n    \"sn\": \"A1\""));
-}
-
-TEST_F(JsonDocumentSave, NewFileFollowsTheUmask)
+TEST_F(JsonDocumentSave, NewFileFollowsTheUmaskAndReplacedFileKeepsItsMode)
 {
     const mode_t previous = ::umask(027);
     const bool saved = m_doc.toFile(m_path);
     ::umask(previous);
     ASSERT_TRUE(saved);
     EXPECT_EQ(modeOf(m_path), 0640u);
+
+    writeFile(m_path, kOldText);
+    ASSERT_EQ(::chmod(QFile::encodeName(m_path).constData(), 0604), 0);
+    ASSERT_TRUE(m_doc.toFile(m_path));
+    EXPECT_EQ(modeOf(m_path), 0604u);
+    EXPECT_TRUE(readFile(m_path).startsWith("{\n    \"sn\": \"A1\""));
 }
 
 TEST_F(JsonDocumentSave, SymbolicLinkStaysAndItsTargetIsReplaced)
@@ -184,69 +178,48 @@ TEST_F(JsonDocumentSave, TemporaryFileSitsBesideTargetUnderRecognisableName)
 
 TEST_F(JsonDocumentSave, ShortAndInterruptedWritesStillSaveEverything)
 {
-    {
-        ScopedFileOps ops({writeOneByte, ::fsync});
+    const QByteArray expected = m_doc.toString().toUtf8() + '\n';
+    for (const auto write : {writeOneByte, writeInterruptedOnce}) {
+        writeFile(m_path, kOldText);
+        ScopedFileOps ops({write, ::fsync});
         ASSERT_TRUE(m_doc.toFile(m_path));
+        EXPECT_EQ(readFile(m_path), expected);
     }
-    const QByteArray expected = readFile(m_path);
-    EXPECT_EQ(expected, m_doc.toString().toUtf8() + '\n');
-    ASSERT_TRUE(QFile::remove(m_path));
-    {
-        ScopedFileOps ops({writeInterruptedOnce, ::fsync});
-        ASSERT_TRUE(m_doc.toFile(m_path));
-    }
-    EXPECT_EQ(readFile(m_path), expected);
 }
 
 // The failure paths: each must leave the old file byte for byte, remove its temporary and say why.
-TEST_F(JsonDocumentSave, FullDiskKeepsOldFileAndRemovesTemporary)
+TEST_F(JsonDocumentSave, FailedWriteOrSyncKeepsOldFileAndRemovesTemporary)
 {
-    writeFile(m_path, kOldText);
-    log::Capture capture;
-    {
-        ScopedFileOps ops({writeUntilFull, ::fsync});
-        EXPECT_FALSE(m_doc.toFile(m_path));
+    const struct {
+        json_save::FileOps ops;
+        std::string logged;
+    } cases[] = {
+        {{writeUntilFull, ::fsync}, "failed at writing: " + std::string(std::strerror(ENOSPC))},
+        {{writeNothing, ::fsync}, "failed at writing"},  // no progress counts as a full disk
+        {{::write, fsyncFails}, "failed at syncing"},
+    };
+    for (const auto& c : cases) {
+        writeFile(m_path, kOldText);
+        log::Capture capture;
+        {
+            ScopedFileOps ops(c.ops);
+            EXPECT_FALSE(m_doc.toFile(m_path)) << c.logged;
+        }
+        EXPECT_EQ(readFile(m_path), kOldText);
+        EXPECT_EQ(entriesOf(m_dir.path()), QStringList{"Settings-App.json"});
+        EXPECT_TRUE(capture.containsText(c.logged)) << c.logged;
     }
-    EXPECT_EQ(readFile(m_path), kOldText);
-    EXPECT_EQ(entriesOf(m_dir.path()), QStringList{"Settings-App.json"});
-    EXPECT_TRUE(capture.containsText("failed at writing: " + std::string(std::strerror(ENOSPC))));
 }
 
-TEST_F(JsonDocumentSave, WriteWithoutProgressCountsAsFullDisk)
-{
-    writeFile(m_path, kOldText);
-    ScopedFileOps ops({writeNothing, ::fsync});
-    EXPECT_FALSE(m_doc.toFile(m_path));
-    EXPECT_EQ(readFile(m_path), kOldText);
-    EXPECT_EQ(entriesOf(m_dir.path()), QStringList{"Settings-App.json"});
-}
-
-TEST_F(JsonDocumentSave, FailedSyncKeepsOldFile)
-{
-    writeFile(m_path, kOldText);
-    log::Capture capture;
-    {
-        ScopedFileOps ops({::write, fsyncFails});
-        EXPECT_FALSE(m_doc.toFile(m_path));
-    }
-    EXPECT_EQ(readFile(m_path), kOldText);
-    EXPECT_EQ(entriesOf(m_dir.path()), QStringList{"Settings-App.json"});
-    EXPECT_TRUE(capture.containsText("failed at syncing"));
-}
-
-TEST_F(JsonDocumentSave, FailedRenameRemovesTemporary)
-{
-    ASSERT_TRUE(QDir(m_dir.path()).mkpath(QStringLiteral("Settings-App.json/inside")));  // a directory in the way
-    EXPECT_FALSE(m_doc.toFile(m_path));
-    EXPECT_EQ(entriesOf(m_dir.path()), QStringList{"Settings-App.json"});
-    EXPECT_TRUE(QFileInfo(m_path).isDir());
-}
-
-TEST_F(JsonDocumentSave, MissingDirectoryFails)
+TEST_F(JsonDocumentSave, FailedRenameOrMissingDirectoryLeavesNoTemporary)
 {
     EXPECT_FALSE(m_doc.toFile(m_dir.filePath(QStringLiteral("no/such/Settings-App.json"))));
     EXPECT_FALSE(m_doc.toFile(QString()));
     EXPECT_TRUE(entriesOf(m_dir.path()).isEmpty());
+    ASSERT_TRUE(QDir(m_dir.path()).mkpath(QStringLiteral("Settings-App.json/inside")));  // a directory in the way
+    EXPECT_FALSE(m_doc.toFile(m_path));
+    EXPECT_EQ(entriesOf(m_dir.path()), QStringList{"Settings-App.json"});
+    EXPECT_TRUE(QFileInfo(m_path).isDir());
 }
 
 // A real small file system, so that the kernel itself reports the full disk and the read-only mount;

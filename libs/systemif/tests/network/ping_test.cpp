@@ -38,33 +38,23 @@ protected:
     }
 };
 
-TEST_F(Ping, LoopbackAnswersEveryRequest)
+TEST_F(Ping, LoopbackAnswersEveryRequestByAddressOrName)
 {
     const systemif::network::PingInfo info = ping(QStringLiteral("127.0.0.1"), 4, 1000);
     EXPECT_EQ(info.sent, 4u);
     EXPECT_EQ(info.lost, 0u);
     EXPECT_LT(info.roundTripTime, 1000u);
-}
-
-TEST_F(Ping, ResolvesNamesFromTheHostsFile)
-{
-    const systemif::network::PingInfo info = ping(QStringLiteral("localhost"), 2, 1000);
-    EXPECT_EQ(info.sent, 2u);
-    EXPECT_EQ(info.lost, 0u);
-}
-
-TEST_F(Ping, CheckPingIsTrueForLoopback)
-{
-    EXPECT_TRUE(systemif::network::checkPing(QStringLiteral("127.0.0.1")));
+    const systemif::network::PingInfo named = ping(QStringLiteral("localhost"), 2, 1000);
+    EXPECT_EQ(named.sent, 2u);
+    EXPECT_EQ(named.lost, 0u);
     EXPECT_TRUE(systemif::network::checkPing(QStringLiteral(" 127.0.0.1 ")));  // stray blanks from a settings file
 }
 
 TEST_F(Ping, ConcurrentPingsEachGetTheirOwnReplies)
 {
-    systemif::network::PingInfo first;
     systemif::network::PingInfo second;
     std::thread other([&second] { second = ping(QStringLiteral("127.0.0.1"), 5, 1000); });
-    first = ping(QStringLiteral("127.0.0.2"), 5, 1000);
+    const systemif::network::PingInfo first = ping(QStringLiteral("127.0.0.2"), 5, 1000);
     other.join();
     EXPECT_EQ(first.lost, 0u);
     EXPECT_EQ(second.lost, 0u);
@@ -90,8 +80,7 @@ TEST(PingFailure, NoRequestsGiveAnEmptyResult)
 {
     for (int count : {0, -3}) {
         const systemif::network::PingInfo info = ping(QStringLiteral("127.0.0.1"), count, 1000);
-        EXPECT_EQ(info.sent, 0u);
-        EXPECT_EQ(info.lost, 0u);
+        EXPECT_EQ(info.sent + info.lost, 0u) << count;
     }
 }
 

@@ -124,6 +124,19 @@ protected:
         EXPECT_EQ(savedJob(before + 1), bytes);
     }
 
+    // A worker printing job 1 to "Kitchen" is killed while the job is processing; its slot cancels it.
+    void killWorkerWhileItsJobIsProcessing(const QByteArray& bytes, bool waitForConnection)
+    {
+        Worker worker("Kitchen", bytes);
+        worker.start();
+        if (waitForConnection) ASSERT_TRUE(m_printer->waitForConnections(1, 20s));
+        ASSERT_TRUE(waitForJobState(1, kIppJobProcessing)) << "the backend keeps trying to connect";
+        worker.terminate();
+        ASSERT_TRUE(worker.wait(10000));
+        EXPECT_EQ(worker.slot.cancel(), PrintJobSlot::Outcome::Cancelled);
+        EXPECT_EQ(worker.outcome.calls, 0) << "the killer reports, not the killed";
+    }
+
     CupsdHarness m_cups;
     QTemporaryDir m_out;
     std::unique_ptr<virtual_printer::VirtualPrinter> m_printer;
@@ -204,7 +217,7 @@ TEST_F(CupsSpooler, StoppedQueueWorksOfflineAndItsJobIsCancelledNotPrintedLater)
     EXPECT_EQ(savedJobs(), QStringList{"job-0001.bin"});
 }
 
-TEST_F(CupsSpooler, RejectingQueueWorksOfflineAndRefusesTheJob)
+TEST_F(CupsSpooler, RejectingQueueWorksOfflineAndItAndAnUnknownPrinterGetNoJob)
 {
     ASSERT_TRUE(addPrinterQueue("Kitchen"));
     ASSERT_TRUE(m_cups.rejectJobs("Kitchen")) << m_cups.error().toStdString();
@@ -212,20 +225,13 @@ TEST_F(CupsSpooler, RejectingQueueWorksOfflineAndRefusesTheJob)
     ASSERT_TRUE(PrintServics::queryPrinterInfo2("Kitchen", info));
     EXPECT_EQ(info->Attributes & PRINTER_ATTRIBUTE_WORK_OFFLINE, PRINTER_ATTRIBUTE_WORK_OFFLINE);
     PrintServics::freePrinterInfo2(info);
-    Outcome outcome;
-    EXPECT_EQ(PrintServics::printBySystemPrinter("Kitchen", "receipt", Document("x", 1), outcome.callback()), 0);
-    EXPECT_EQ(outcome.calls, 1);
-    EXPECT_FALSE(outcome.done);
-}
-
-TEST_F(CupsSpooler, UnknownPrinterGetsNoJob)
-{
-    Outcome outcome;
-    EXPECT_EQ(PrintServics::printBySystemPrinter("Nowhere", "receipt", Document("x", 1), outcome.callback()), 0);
-    EXPECT_EQ(outcome.calls, 1);
-    EXPECT_FALSE(outcome.done);
-    PRINTER_INFO_2W* info = nullptr;
     EXPECT_FALSE(PrintServics::queryPrinterInfo2("Nowhere", info));
+    for (const QString printer : {"Kitchen", "Nowhere"}) {
+        Outcome outcome;
+        EXPECT_EQ(PrintServics::printBySystemPrinter(printer, "receipt", Document("x", 1), outcome.callback()), 0);
+        EXPECT_EQ(outcome.calls, 1);
+        EXPECT_FALSE(outcome.done);
+    }
 }
 
 TEST_F(CupsSpooler, JobToARefusingPrinterIsCancelledWhenItsWorkerIsKilledAndNeverArrives)
@@ -234,15 +240,7 @@ TEST_F(CupsSpooler, JobToARefusingPrinterIsCancelledWhenItsWorkerIsKilledAndNeve
     ASSERT_TRUE(addPrinterQueue("Kitchen"));
     ASSERT_TRUE(m_printer->setRefuse(true));
     const int descriptors = openDescriptors();
-    {
-        Worker worker("Kitchen", "never");
-        worker.start();
-        ASSERT_TRUE(waitForJobState(1, kIppJobProcessing)) << "the backend keeps trying to connect";
-        worker.terminate();
-        ASSERT_TRUE(worker.wait(10000));
-        EXPECT_EQ(worker.slot.cancel(), PrintJobSlot::Outcome::Cancelled);
-        EXPECT_EQ(worker.outcome.calls, 0) << "the killer reports, not the killed";
-    }
+    ASSERT_NO_FATAL_FAILURE(killWorkerWhileItsJobIsProcessing("never", false));
     EXPECT_EQ(openDescriptors(), descriptors) << "the killed worker's connection is closed";
     EXPECT_EQ(m_cups.jobState(1), kIppJobCanceled);
 
@@ -259,16 +257,7 @@ TEST_F(CupsSpooler, JobToAHangingPrinterIsCancelledWhenItsWorkerIsKilledAndNothi
     m_printer->setHang(true);
     // More than the loopback socket buffers hold, so that the backend blocks on the silent printer.
     const QByteArray large(32 * 1024 * 1024, 'x');
-    {
-        Worker worker("Kitchen", large);
-        worker.start();
-        ASSERT_TRUE(m_printer->waitForConnections(1, 20s));
-        ASSERT_TRUE(waitForJobState(1, kIppJobProcessing));
-        worker.terminate();
-        ASSERT_TRUE(worker.wait(10000));
-        EXPECT_EQ(worker.slot.cancel(), PrintJobSlot::Outcome::Cancelled);
-        EXPECT_EQ(worker.outcome.calls, 0);
-    }
+    ASSERT_NO_FATAL_FAILURE(killWorkerWhileItsJobIsProcessing(large, true));
     EXPECT_TRUE(waitForJobState(1, kIppJobCanceled));
     m_printer->setHang(false);
     expectPrintsAfter("Kitchen", "next order", 0);

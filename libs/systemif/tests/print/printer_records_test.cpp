@@ -10,7 +10,6 @@ namespace {
 
 class PrinterRecords : public ::testing::Test {
 protected:
-    // The port name of a printer whose queue sends to `uri`, among the queues already added.
     QString portOf(const QString& name)
     {
         PRINTER_INFO_2W* info = nullptr;
@@ -25,58 +24,36 @@ protected:
 
 }  // namespace
 
-TEST_F(PrinterRecords, UsbQueuesAreNumberedPerDeviceInQueueOrder)
+TEST_F(PrinterRecords, PortNameFollowsTheDeviceOfTheQueue)
 {
-    fake.spooler.addQueue("C", "POS-58", "usb://Vendor/Second?serial=2");
-    fake.spooler.addQueue("A", "POS-80", "usb://Vendor/First?serial=1");
-    fake.spooler.addQueue("B", "POS-80 copy", "usb://Vendor/First?serial=1");
-    EXPECT_EQ(portOf("A"), "USB001");
-    EXPECT_EQ(portOf("B"), "USB001") << "two queues on one device share its port";
-    EXPECT_EQ(portOf("C"), "USB002");
-}
-
-TEST_F(PrinterRecords, ParallelAndSerialDevicesGiveLptAndComPorts)
-{
-    fake.spooler.addQueue("lp0", "", "parallel:/dev/lp0");
-    fake.spooler.addQueue("lp2", "", "parallel:/dev/lp2");
-    fake.spooler.addQueue("onboard", "", "serial:/dev/ttyS0?baud=9600");
-    fake.spooler.addQueue("adapter", "", "serial:/dev/ttyUSB0?baud=115200");
-    fake.spooler.addQueue("cdc", "", "serial:/dev/ttyACM1");
-    fake.spooler.addQueue("bluetooth", "", "serial:/dev/rfcomm0");
-    EXPECT_EQ(portOf("lp0"), "LPT1");
-    EXPECT_EQ(portOf("lp2"), "LPT3");
-    EXPECT_EQ(portOf("onboard"), "COM1");
-    EXPECT_EQ(portOf("adapter"), "COM101");
-    EXPECT_EQ(portOf("cdc"), "COM202");
-    EXPECT_EQ(portOf("bluetooth"), "COM301");
-}
-
-TEST_F(PrinterRecords, NetworkQueuesGiveIpPortsOfTheirHost)
-{
-    fake.spooler.addQueue("raw", "", "socket://192.168.1.20:9100");
-    fake.spooler.addQueue("ipp", "", "ipp://printer.example/ipp/print");
-    fake.spooler.addQueue("ipps", "", "ipps://secure.example:8631/ipp/print");
-    fake.spooler.addQueue("lpd", "", "lpd://10.0.0.7/queue");
-    fake.spooler.addQueue("http", "", "http://10.0.0.8:631/printers/x");
-    fake.spooler.addQueue("v6", "", "socket://[fe80::1]:9100");
-    EXPECT_EQ(portOf("raw"), "IP_192.168.1.20");
-    EXPECT_EQ(portOf("ipp"), "IP_printer.example");
-    EXPECT_EQ(portOf("ipps"), "IP_secure.example");
-    EXPECT_EQ(portOf("lpd"), "IP_10.0.0.7");
-    EXPECT_EQ(portOf("http"), "IP_10.0.0.8");
-    EXPECT_EQ(portOf("v6"), "IP_fe80__1") << "no colon, which the service would cut the name at";
-}
-
-TEST_F(PrinterRecords, OtherDevicesGiveTheirScheme)
-{
-    fake.spooler.addQueue("file", "", "file:/dev/null");
-    fake.spooler.addQueue("dnssd", "", "dnssd://Printer._ipp._tcp.local/");
-    fake.spooler.addQueue("odd", "", "parallel:/dev/parport0");
-    fake.spooler.addQueue("none", "", "");
-    EXPECT_EQ(portOf("file"), "file");
-    EXPECT_EQ(portOf("dnssd"), "dnssd");
-    EXPECT_EQ(portOf("odd"), "parallel");
-    EXPECT_EQ(portOf("none"), "");
+    // USB devices are numbered in the order of their queues; two queues on one device share its port.
+    const struct {
+        const char* queue;
+        const char* uri;
+        const char* port;
+    } cases[] = {
+        {"C", "usb://Vendor/Second?serial=2", "USB002"},
+        {"A", "usb://Vendor/First?serial=1", "USB001"},
+        {"B", "usb://Vendor/First?serial=1", "USB001"},
+        {"lp0", "parallel:/dev/lp0", "LPT1"},
+        {"lp2", "parallel:/dev/lp2", "LPT3"},
+        {"onboard", "serial:/dev/ttyS0?baud=9600", "COM1"},
+        {"adapter", "serial:/dev/ttyUSB0?baud=115200", "COM101"},
+        {"cdc", "serial:/dev/ttyACM1", "COM202"},
+        {"bluetooth", "serial:/dev/rfcomm0", "COM301"},
+        {"raw", "socket://192.168.1.20:9100", "IP_192.168.1.20"},
+        {"ipp", "ipp://printer.example/ipp/print", "IP_printer.example"},
+        {"ipps", "ipps://secure.example:8631/ipp/print", "IP_secure.example"},
+        {"lpd", "lpd://10.0.0.7/queue", "IP_10.0.0.7"},
+        {"http", "http://10.0.0.8:631/printers/x", "IP_10.0.0.8"},
+        {"v6", "socket://[fe80::1]:9100", "IP_fe80__1"},  // no colon, which the service would cut the name at
+        {"file", "file:/dev/null", "file"},
+        {"dnssd", "dnssd://Printer._ipp._tcp.local/", "dnssd"},
+        {"odd", "parallel:/dev/parport0", "parallel"},
+        {"none", "", ""},
+    };
+    for (const auto& c : cases) fake.spooler.addQueue(c.queue, "", c.uri);
+    for (const auto& c : cases) EXPECT_EQ(portOf(c.queue), c.port) << c.uri;
 }
 
 TEST_F(PrinterRecords, StoppedOrRejectingQueueWorksOffline)
@@ -90,12 +67,12 @@ TEST_F(PrinterRecords, StoppedOrRejectingQueueWorksOffline)
     PRINTER_INFO_2W* infos = nullptr;
     ASSERT_TRUE(PrintServics::printerInfo2List(count, infos));
     ASSERT_EQ(count, 3);
-    EXPECT_EQ(infos[0].pPrinterName, "ready");
-    EXPECT_EQ(infos[0].Attributes & PRINTER_ATTRIBUTE_WORK_OFFLINE, 0u);
-    EXPECT_EQ(infos[1].pPrinterName, "rejecting");
-    EXPECT_EQ(infos[1].Attributes & PRINTER_ATTRIBUTE_WORK_OFFLINE, PRINTER_ATTRIBUTE_WORK_OFFLINE);
-    EXPECT_EQ(infos[2].pPrinterName, "stopped");
-    EXPECT_EQ(infos[2].Attributes & PRINTER_ATTRIBUTE_WORK_OFFLINE, PRINTER_ATTRIBUTE_WORK_OFFLINE);
+    const std::pair<const char*, unsigned> expected[] = {
+        {"ready", 0u}, {"rejecting", PRINTER_ATTRIBUTE_WORK_OFFLINE}, {"stopped", PRINTER_ATTRIBUTE_WORK_OFFLINE}};
+    for (int i = 0; i < count; ++i) {
+        EXPECT_EQ(infos[i].pPrinterName, expected[i].first);
+        EXPECT_EQ(infos[i].Attributes & PRINTER_ATTRIBUTE_WORK_OFFLINE, expected[i].second) << expected[i].first;
+    }
     PrintServics::freePrinterInfo2List(infos);
     EXPECT_EQ(infos, nullptr);
 }
@@ -112,8 +89,14 @@ TEST_F(PrinterRecords, QueryFindsANameWhateverItsCaseAndFillsTheRecord)
     EXPECT_EQ(info, nullptr);
 }
 
-TEST_F(PrinterRecords, UnknownPrinterOrSilentSpoolerGivesNoRecord)
+TEST_F(PrinterRecords, UnknownPrinterOrSilentSpoolerGivesNoRecordButNoPrintersIsAnEmptyList)
 {
+    int count = 7;
+    PRINTER_INFO_2W* infos = nullptr;
+    EXPECT_TRUE(PrintServics::printerInfo2List(count, infos));
+    EXPECT_EQ(count, 0);
+    PrintServics::freePrinterInfo2List(infos);
+
     fake.spooler.addQueue("Kitchen", "", "usb://x/y");
     PRINTER_INFO_2W* info = reinterpret_cast<PRINTER_INFO_2W*>(0x1);
     EXPECT_FALSE(PrintServics::queryPrinterInfo2("Bar", info));
@@ -121,18 +104,9 @@ TEST_F(PrinterRecords, UnknownPrinterOrSilentSpoolerGivesNoRecord)
 
     fake.spooler.setReachable(false);
     EXPECT_FALSE(PrintServics::queryPrinterInfo2("Kitchen", info));
-    int count = 7;
-    PRINTER_INFO_2W* infos = reinterpret_cast<PRINTER_INFO_2W*>(0x1);
+    count = 7;
+    infos = reinterpret_cast<PRINTER_INFO_2W*>(0x1);
     EXPECT_FALSE(PrintServics::printerInfo2List(count, infos));
     EXPECT_EQ(count, 0);
     EXPECT_EQ(infos, nullptr);
-}
-
-TEST_F(PrinterRecords, NoPrintersIsAnEmptyListNotAFailure)
-{
-    int count = 7;
-    PRINTER_INFO_2W* infos = nullptr;
-    EXPECT_TRUE(PrintServics::printerInfo2List(count, infos));
-    EXPECT_EQ(count, 0);
-    PrintServics::freePrinterInfo2List(infos);
 }

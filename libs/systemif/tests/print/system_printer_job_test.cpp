@@ -10,6 +10,8 @@
 #include <QThread>
 
 #include <chrono>
+#include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <tuple>
@@ -92,6 +94,33 @@ protected:
         return false;
     }
 
+    // A worker killed while it waits for a job the spooler holds.
+    std::unique_ptr<Worker> killedWorker()
+    {
+        fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
+        auto worker = std::make_unique<Worker>("Kitchen", bytes, reports);
+        worker->start();
+        EXPECT_TRUE(jobsArrive(1));
+        worker->terminate();
+        EXPECT_TRUE(worker->wait(5000));
+        EXPECT_EQ(worker->returned, -1) << "the worker was killed while it waited";
+        return worker;
+    }
+
+    // A job the spooler holds, its worker waiting, ends reported not done after `action`.
+    void expectWaitEndsNotDoneWhen(const std::function<void()>& action)
+    {
+        fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
+        std::thread worker(
+            [&] { PrintServics::printBySystemPrinter("Kitchen", "receipt", Document(bytes), reports.callback()); });
+        const bool arrived = jobsArrive(1);
+        action();
+        worker.join();
+        ASSERT_TRUE(arrived);
+        ASSERT_EQ(reports.all().size(), 1u);
+        EXPECT_FALSE(reports.all()[0].done);
+    }
+
     FakePrintSystem fake;
     Reports reports;
     const QByteArray bytes{"\x1b@Table 5\n\x00", 12};
@@ -109,29 +138,26 @@ TEST_F(SystemPrinterJob, CompletedJobIsReportedDoneOnceWithItsId)
     EXPECT_EQ(fake.spooler.printed("Kitchen"), QList<QByteArray>{bytes});
 }
 
-TEST_F(SystemPrinterJob, AbortedJobIsReportedNotDone)
+TEST_F(SystemPrinterJob, AbortedRefusedOrEmptyJobIsReportedNotDone)
 {
-    fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Fail);
-    const int id = PrintServics::printBySystemPrinter("Kitchen", "receipt", Document(bytes), reports.callback());
-    EXPECT_EQ(reports.all(), (std::vector<Report>{{id, "Kitchen", false}}));
-}
+    fake.spooler.addQueue("Aborting", "", "socket://10.0.0.3");
+    fake.spooler.setJobOutcome("Aborting", FakeSpooler::JobOutcome::Fail);
+    const int aborted = PrintServics::printBySystemPrinter("Aborting", "receipt", Document(bytes), reports.callback());
+    EXPECT_GT(aborted, 0);
 
-TEST_F(SystemPrinterJob, JobTheSpoolerRefusesIsReportedNotDoneWithoutId)
-{
     fake.spooler.addQueue("Rejecting", "", "socket://10.0.0.2");
     fake.spooler.setAcceptingJobs("Rejecting", false);
     fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Refuse);
     for (const QString printer : {"Kitchen", "Rejecting", "Unknown"})
         EXPECT_EQ(PrintServics::printBySystemPrinter(printer, "receipt", Document(bytes), reports.callback()), 0);
-    EXPECT_EQ(reports.all(),
-              (std::vector<Report>{{0, "Kitchen", false}, {0, "Rejecting", false}, {0, "Unknown", false}}));
-}
-
-TEST_F(SystemPrinterJob, EmptyDocumentIsNotSent)
-{
+    fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Complete);
     EXPECT_EQ(PrintServics::printBySystemPrinter("Kitchen", "receipt", Document(nullptr, 0), reports.callback()), 0);
-    EXPECT_EQ(reports.all(), (std::vector<Report>{{0, "Kitchen", false}}));
-    EXPECT_TRUE(fake.spooler.jobs().isEmpty());
+    EXPECT_EQ(reports.all(), (std::vector<Report>{{aborted, "Aborting", false},
+                                                  {0, "Kitchen", false},
+                                                  {0, "Rejecting", false},
+                                                  {0, "Unknown", false},
+                                                  {0, "Kitchen", false}}));
+    EXPECT_EQ(fake.spooler.jobs().size(), 1) << "only the aborted job reached the spooler";
 }
 
 TEST_F(SystemPrinterJob, JobOnAStoppedPrinterIsReportedNotDoneAndCancelled)
@@ -146,54 +172,38 @@ TEST_F(SystemPrinterJob, JobOnAStoppedPrinterIsReportedNotDoneAndCancelled)
 
 TEST_F(SystemPrinterJob, SpoolerThatStopsAnsweringEndsTheWaitNotDone)
 {
-    fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
-    std::thread worker(
-        [&] { PrintServics::printBySystemPrinter("Kitchen", "receipt", Document(bytes), reports.callback()); });
-    ASSERT_TRUE(jobsArrive(1));
-    fake.spooler.setReachable(false);
-    worker.join();
-    ASSERT_EQ(reports.all().size(), 1u);
-    EXPECT_FALSE(reports.all()[0].done);
+    expectWaitEndsNotDoneWhen([this] { fake.spooler.setReachable(false); });
 }
 
 TEST_F(SystemPrinterJob, JobWhosePrinterIsDeletedWhileItWaitsIsReportedNotDone)
 {
-    fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
-    std::thread worker(
-        [&] { PrintServics::printBySystemPrinter("Kitchen", "receipt", Document(bytes), reports.callback()); });
-    ASSERT_TRUE(jobsArrive(1));
-    fake.spooler.removeQueue("Kitchen");
-    worker.join();
-    EXPECT_EQ(reports.all(), (std::vector<Report>{{fake.spooler.jobs()[0].id, "Kitchen", false}}));
+    expectWaitEndsNotDoneWhen([this] { fake.spooler.removeQueue("Kitchen"); });
 }
 
 TEST_F(SystemPrinterJob, KilledWorkersJobIsCancelledAndLeftToTheWatchdogToReport)
 {
     SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();
-    fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
-    Worker worker("Kitchen", bytes, reports);
-    worker.start();
-    ASSERT_TRUE(jobsArrive(1));
-    worker.terminate();
-    ASSERT_TRUE(worker.wait(5000));
-    EXPECT_EQ(worker.returned, -1) << "the worker was killed while it waited";
-    EXPECT_EQ(worker.slot.cancel(), Outcome::Cancelled);
+    const auto worker = killedWorker();
+    EXPECT_EQ(worker->slot.cancel(), Outcome::Cancelled);
     EXPECT_EQ(fake.spooler.jobs()[0].state, SpoolerJobState::Failed);
     EXPECT_TRUE(reports.all().empty());
 }
 
-TEST_F(SystemPrinterJob, JobThatPrintedBeforeTheCancelIsReportedCompleted)
+TEST_F(SystemPrinterJob, KilledWorkersJobThatPrintedBeforeTheCancelIsReportedCompleted)
 {
     SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();
-    fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
-    Worker worker("Kitchen", bytes, reports);
-    worker.start();
-    ASSERT_TRUE(jobsArrive(1));
-    worker.terminate();
-    ASSERT_TRUE(worker.wait(5000));
+    const auto worker = killedWorker();
     fake.spooler.finishJob(fake.spooler.jobs()[0].id, true);
-    EXPECT_EQ(worker.slot.cancel(), Outcome::Completed);
+    EXPECT_EQ(worker->slot.cancel(), Outcome::Completed);
     EXPECT_TRUE(reports.all().empty());
+}
+
+TEST_F(SystemPrinterJob, CancelTheSpoolerCannotTakeIsReportedAsFailed)
+{
+    SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();
+    const auto worker = killedWorker();
+    fake.spooler.setReachable(false);
+    EXPECT_EQ(worker->slot.cancel(), Outcome::CancelFailed);
 }
 
 TEST_F(SystemPrinterJob, CancelWhileTheWorkerStillWaitsSilencesTheWorker)
@@ -210,6 +220,7 @@ TEST_F(SystemPrinterJob, CancelWhileTheWorkerStillWaitsSilencesTheWorker)
 
 TEST_F(SystemPrinterJob, CancelAfterTheWorkerReportedSaysSoUntilTheSlotIsCleared)
 {
+    EXPECT_EQ(PrintJobSlot().cancel(), Outcome::NoJob);
     Worker worker("Kitchen", bytes, reports);
     worker.start();
     ASSERT_TRUE(worker.wait(5000));
@@ -217,32 +228,4 @@ TEST_F(SystemPrinterJob, CancelAfterTheWorkerReportedSaysSoUntilTheSlotIsCleared
     EXPECT_EQ(worker.slot.cancel(), Outcome::AlreadyReported);
     worker.slot.clear();
     EXPECT_EQ(worker.slot.cancel(), Outcome::NoJob);
-}
-
-TEST_F(SystemPrinterJob, CancelWithNothingSubmittedIsNoJob)
-{
-    PrintJobSlot slot;
-    EXPECT_EQ(slot.cancel(), Outcome::NoJob);
-}
-
-TEST_F(SystemPrinterJob, CancelTheSpoolerCannotTakeIsReportedAsFailed)
-{
-    SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();
-    fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
-    Worker worker("Kitchen", bytes, reports);
-    worker.start();
-    ASSERT_TRUE(jobsArrive(1));
-    worker.terminate();
-    ASSERT_TRUE(worker.wait(5000));
-    fake.spooler.setReachable(false);
-    EXPECT_EQ(worker.slot.cancel(), Outcome::CancelFailed);
-}
-
-TEST_F(SystemPrinterJob, WorkerWithoutSlotPrintsAsUsual)
-{
-    std::thread worker(
-        [&] { PrintServics::printBySystemPrinter("Kitchen", "receipt", Document(bytes), reports.callback()); });
-    worker.join();
-    ASSERT_EQ(reports.all().size(), 1u);
-    EXPECT_TRUE(reports.all()[0].done);
 }

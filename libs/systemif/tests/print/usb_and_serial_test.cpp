@@ -92,33 +92,20 @@ TEST(UsbPrintSupportPrinters, OperationsGoToTheChosenBackend)
     EXPECT_TRUE(PrintServics::collectUsbPrintSupportPrinters().isEmpty());
 }
 
-TEST(UsbPrintSupportPrinters, UsblpNodesAreListedInNumberOrder)
+// The kernel's usblp nodes: listed in number order, written byte-exact, and nothing else is ever written.
+TEST(UsbPrintSupportPrinters, UsblpListsItsNodesInNumberOrderAndWritesOnlyToThem)
 {
     QTemporaryDir dev;
     for (const char* name : {"lp10", "lp2", "lp0", "lpx", "hiddev0"}) ASSERT_TRUE(makeFile(dev.filePath(name)));
+    ASSERT_TRUE(makeFile(dev.filePath("settings.json"), "{}"));
     UsblpPrintSupport printers(dev.path());
     EXPECT_EQ(printers.printers(), (QStringList{dev.filePath("lp0"), dev.filePath("lp2"), dev.filePath("lp10")}));
-}
 
-TEST(UsbPrintSupportPrinters, UsblpWriteSendsTheExactBytesToTheNode)
-{
-    QTemporaryDir dev;
-    ASSERT_TRUE(makeFile(dev.filePath("lp0")));
-    UsblpPrintSupport printers(dev.path());
     const QByteArray bytes("\x1b@\x00\xff\x1dVA\x00", 8);
     EXPECT_TRUE(printers.write(dev.filePath("lp0"), Document(bytes)));
     EXPECT_EQ(contentOf(dev.filePath("lp0")), bytes);
-}
-
-TEST(UsbPrintSupportPrinters, UsblpRefusesAnyPathThatIsNotOneOfItsNodes)
-{
-    QTemporaryDir dev;
-    ASSERT_TRUE(makeFile(dev.filePath("lp0")));
-    ASSERT_TRUE(makeFile(dev.filePath("settings.json"), "{}"));
-    UsblpPrintSupport printers(dev.path());
-    EXPECT_FALSE(printers.write(dev.filePath("settings.json"), Document("x", 1)));
-    EXPECT_FALSE(printers.write(dev.filePath("../lp0"), Document("x", 1)));
-    EXPECT_FALSE(printers.write(dev.filePath("lp1"), Document("x", 1)));
+    for (const char* path : {"settings.json", "../lp0", "lp1", "lpx"})
+        EXPECT_FALSE(printers.write(dev.filePath(path), Document("x", 1))) << path;
     EXPECT_EQ(contentOf(dev.filePath("settings.json")), "{}");
 }
 
@@ -147,22 +134,18 @@ protected:
     QTemporaryDir m_sys;
 };
 
-TEST_F(SysfsTree, TtyBelowAUsbDeviceIsAVirtualComPort)
+TEST_F(SysfsTree, TtyBelowAUsbDeviceIsAVirtualComPortAndPresentWhileItsNodeExists)
 {
     SysfsSerialPorts ports(m_sys.path());
     EXPECT_TRUE(ports.isUsbDevice("/dev/ttyUSB0"));
     EXPECT_FALSE(ports.isUsbDevice("/dev/ttyS0"));
     EXPECT_FALSE(ports.isUsbDevice("/dev/ttyACM7")) << "not in sysfs";
     EXPECT_FALSE(ports.isUsbDevice("/dev/.."));
-}
 
-TEST(SerialPortPresence, PresentWhileTheDeviceNodeExists)
-{
-    QTemporaryDir dev;
-    SysfsSerialPorts ports;
-    EXPECT_FALSE(ports.isPresent(dev.filePath("ttyUSB0")));
-    ASSERT_TRUE(makeFile(dev.filePath("ttyUSB0")));
-    EXPECT_TRUE(ports.isPresent(dev.filePath("ttyUSB0")));
+    const QString node = m_sys.filePath("dev/ttyUSB0");
+    EXPECT_FALSE(ports.isPresent(node));
+    ASSERT_TRUE(makeFile(node));
+    EXPECT_TRUE(ports.isPresent(node));
     EXPECT_FALSE(ports.isPresent(""));
 }
 

@@ -52,16 +52,13 @@ TEST_F(Screen, IsTheDefaultScreenOfTheDisplay)
     }
 }
 
-TEST_F(Screen, Is1024x768WithoutDisplay)
+TEST_F(Screen, Is1024x768WithoutDisplayOrWhenNoServerAnswersOnIt)
 {
     qunsetenv("DISPLAY");
     EXPECT_EQ(systemif::sys::screenResolution(), kNoDisplayScreen);
     qputenv("DISPLAY", "");
     EXPECT_EQ(systemif::sys::screenResolution(), kNoDisplayScreen);
-}
 
-TEST_F(Screen, Is1024x768WhenNoServerAnswersOnTheDisplay)
-{
     test_support::XvfbHarness xvfb;
     if (!xvfb.start(1280, 720)) GTEST_SKIP() << xvfb.error().toStdString();
     const QString gone = xvfb.display();
