@@ -119,20 +119,12 @@ protected:
 
 }  // namespace
 
+// The indented form itself is pinned down by the text tests; a save writes exactly it and a final newline.
 TEST_F(JsonDocumentSave, WritesIndentedTextWithFinalNewlineAndLeavesOnlyTheFile)
 {
     ASSERT_TRUE(m_doc.toFile(m_path));
-    EXPECT_EQ(readFile(m_path),
-              "{\n"
-              "    \"sn\": \"A1\",\n"
-              "    \"print\": {\n"
-              "        \"printers\": {\n"
-              "            \"0\": {\n"
-              "                \"width\": \"58mm\"\n"
-              "            }\n"
-              "        }\n"
-              "    }\n"
-              "}\n");
+    EXPECT_EQ(readFile(m_path), m_doc.toString().toUtf8() + '\n');
+    EXPECT_TRUE(readFile(m_path).startsWith("{\n    \"sn\": \"A1\",\n    \"print\": {\n"));
     EXPECT_EQ(entriesOf(m_dir.path()), QStringList{"Settings-App.json"});
 }
 

@@ -10,6 +10,7 @@
 #include <QTemporaryDir>
 
 #include <csignal>
+#include <functional>
 
 namespace {
 
@@ -69,18 +70,15 @@ TEST_F(VirtualPrinterCommand, Sigusr2TogglesRefusalAndStdinCommandsToo)
 {
     const int port = start();
     ASSERT_GT(port, 0);
-    signal(SIGUSR2);
-    ASSERT_EQ(nextLine(), "refuse on");
-    EXPECT_FALSE(LoopbackClient(port).connected());
-    signal(SIGUSR2);
-    ASSERT_EQ(nextLine(), "refuse off");
-    EXPECT_TRUE(LoopbackClient(port).connected());
-    command("refuse");
-    ASSERT_EQ(nextLine(), "refuse on");
-    EXPECT_FALSE(LoopbackClient(port).connected());
-    command("accept");
-    ASSERT_EQ(nextLine(), "refuse off");
-    EXPECT_TRUE(LoopbackClient(port).connected());
+    const std::function<void()> controls[] = {[this] { signal(SIGUSR2); }, [this] { signal(SIGUSR2); },
+                                              [this] { command("refuse"); }, [this] { command("accept"); }};
+    bool refusing = false;
+    for (const auto& control : controls) {
+        control();
+        refusing = !refusing;
+        ASSERT_EQ(nextLine(), refusing ? "refuse on" : "refuse off");
+        EXPECT_EQ(LoopbackClient(port).connected(), !refusing);
+    }
 }
 
 TEST_F(VirtualPrinterCommand, Sigusr1MakesItHangUntilResumed)

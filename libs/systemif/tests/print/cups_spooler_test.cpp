@@ -113,12 +113,15 @@ protected:
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
     }
 
-    // Prints on this thread and expects the job to arrive, alone after `before` earlier jobs.
+    // Prints on this thread and expects the job reported done under its id and saved byte-exact, alone after
+    // `before` earlier jobs.
     void expectPrintsAfter(const QString& queue, const QByteArray& bytes, int before)
     {
         Outcome outcome;
-        PrintServics::printBySystemPrinter(queue, "receipt", Document(bytes), outcome.callback());
+        const int id = PrintServics::printBySystemPrinter(queue, "receipt", Document(bytes), outcome.callback());
+        EXPECT_GT(id, 0);
         EXPECT_EQ(outcome.calls, 1);
+        EXPECT_EQ(outcome.jobId, id);
         EXPECT_TRUE(outcome.done);
         ASSERT_TRUE(m_printer->waitForJobs(before + 1, 10s));
         EXPECT_EQ(savedJob(before + 1), bytes);
@@ -187,14 +190,7 @@ TEST_F(CupsSpooler, RawJobArrivesByteExactAndIsReportedDone)
     ASSERT_TRUE(addPrinterQueue("Kitchen"));
     QByteArray bytes;
     for (int i = 0; i < 4096; ++i) bytes.append(char(i % 256));  // every byte value, NUL included
-    Outcome outcome;
-    const int id = PrintServics::printBySystemPrinter("Kitchen", "receipt", Document(bytes), outcome.callback());
-    EXPECT_GT(id, 0);
-    EXPECT_EQ(outcome.calls, 1);
-    EXPECT_EQ(outcome.jobId, id);
-    EXPECT_TRUE(outcome.done);
-    ASSERT_TRUE(m_printer->waitForJobs(1, 10s));
-    EXPECT_EQ(savedJob(1), bytes);
+    expectPrintsAfter("Kitchen", bytes, 0);
 }
 
 TEST_F(CupsSpooler, StoppedQueueWorksOfflineAndItsJobIsCancelledNotPrintedLater)
