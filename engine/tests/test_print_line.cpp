@@ -31,18 +31,13 @@ Bytes renderOne(const char* text, TextStyle style, Alignment alignment, const ch
     return out;
 }
 
-TEST(DisplayWidth, CountsEveryMultiByteCharacterAsTwoColumns)
+TEST(DisplayWidth, CountsEveryMultiByteCharacterAsTwoColumnsAndStrayBytesAsOne)
 {
     EXPECT_EQ(widthOf("中文"), 4u);
     EXPECT_EQ(widthOf("中文", 1), 8u);
-    EXPECT_EQ(widthOf("abc"), 3u);
     EXPECT_EQ(widthOf("é"), 2u);                 // two-byte Latin letter
     EXPECT_EQ(widthOf("\xF0\x9F\x8D\x9C"), 2u);  // four-byte character
     EXPECT_EQ(widthOf("a中b"), 4u);
-}
-
-TEST(DisplayWidth, CountsStrayBytesOnceAndStopsAtTheEnd)
-{
     const uint8_t stray[] = {0x80, 0xFF, 0x00, 0xF8};
     EXPECT_EQ(text_display_width(stray, sizeof stray, 0), 4u);
     const uint8_t cutCharacter[] = {'a', 0xE4, 0xB8};  // a three-byte lead with one byte left
@@ -51,21 +46,15 @@ TEST(DisplayWidth, CountsStrayBytesOnceAndStopsAtTheEnd)
     EXPECT_EQ(text_display_width(stray, 0, 1), 0u);
 }
 
-TEST(RenderLine, LeftLineIsAlignedAndPaddedToTheFullWidth)
+TEST(RenderLine, LeftLineIsPaddedToTheFullWidth)
 {
     EXPECT_BYTES(cat({align(0), "abc", kReset, spaces(29), {0x0A}}), renderOne("abc", 0, ALIGNMENT_LEFT, nullptr, 32));
     EXPECT_BYTES(cat({align(0), "abc", kReset, spaces(29)}),
                  renderOne("abc", 0, ALIGNMENT_LEFT, nullptr, 32, LINE_END_NONE));
-}
-
-TEST(RenderLine, LeftLineWithFillPadsWithSpacesAndLeavesAlignmentToThePrinter)
-{
+    // With a fill: padded with spaces whatever the pattern, and no ESC a.
     EXPECT_BYTES(cat({"abc", kReset, spaces(5), {0x0A}}), renderOne("abc", 0, ALIGNMENT_LEFT, " ", 8));
     EXPECT_BYTES(cat({"abc", kReset, spaces(5), {0x0A}}), renderOne("abc", 0, ALIGNMENT_LEFT, "-", 8));
-}
-
-TEST(RenderLine, BlankLineIsAnEmptyRunPaddedToTheFullWidth)
-{
+    // A blank line is an empty run padded to the full width.
     EXPECT_BYTES(cat({align(0), kReset, spaces(32), {0x0A}}), renderOne("", 0, ALIGNMENT_LEFT, nullptr, 32));
     // A NULL text makes no run at all, so no reset bytes either.
     EXPECT_BYTES(cat({align(0), spaces(48), {0x0A}}), renderOne(nullptr, 0, ALIGNMENT_LEFT, nullptr, 48));
@@ -93,14 +82,10 @@ TEST(RenderLine, CentredLineWithSmallPadKeepsTheUnwrittenZeroBytes)
                  renderOne("abc", 0, ALIGNMENT_CENTRE, "", 7, LINE_END_NONE));
 }
 
-TEST(RenderLine, CentredAndRightLinesWithoutFillAreAlignedByThePrinter)
+TEST(RenderLine, RightLinePadsBeforeTheTextWithoutASpaceOrLeavesItToThePrinterWithoutFill)
 {
     EXPECT_BYTES(cat({align(1), "abc", kReset, {0x0A}}), renderOne("abc", 0, ALIGNMENT_CENTRE, nullptr, 32));
     EXPECT_BYTES(cat({align(2), "abc", kReset, {0x0A}}), renderOne("abc", 0, ALIGNMENT_RIGHT, nullptr, 32));
-}
-
-TEST(RenderLine, RightLineWithFillPadsBeforeTheTextWithoutASpace)
-{
     EXPECT_BYTES(cat({repeat('-', 29), "abc", kReset, {0x0A}}), renderOne("abc", 0, ALIGNMENT_RIGHT, "-", 32));
     // The full-width rule: an empty text after W pattern bytes.
     EXPECT_BYTES(cat({repeat('-', 32), kReset, {0x0A}}), renderOne("", 0, ALIGNMENT_RIGHT, "-", 32));
@@ -133,20 +118,6 @@ TEST(RenderLine, StyledRunsCarryPrefixAndReset)
                  renderOne("ab", TEXT_STYLE_DOUBLE_WIDTH, ALIGNMENT_LEFT, nullptr, 10, LINE_END_NONE));
 }
 
-TEST(RenderLine, RunsOfOneLineFollowEachOther)
-{
-    PrintLine* line = new_print_line("[备注] ", 1, ALIGNMENT_LEFT, " ", LINE_END_FEED);
-    ASSERT_EQ(append_segment(&line->segments, 3, reinterpret_cast<const uint8_t*>("xyz"), 4), ENGINE_OK);
-    ASSERT_EQ(append_segment(&line->segments, 0, nullptr, 0), ENGINE_OK);  // an empty run
-    uint8_t* bytes = nullptr;
-    uint32_t length = 0;
-    ASSERT_EQ(render_line(&bytes, &length, line, 20), ENGINE_OK);
-    // "[备注] " is 7 columns and "xyz" 3: 10 spaces of pad.
-    EXPECT_BYTES(cat({run("[备注] ", 1), run("xyz", 4), kReset, spaces(10), {0x0A}}), Bytes(bytes, bytes + length));
-    engine_release(bytes);
-    free_print_lines(&line);
-}
-
 TEST(RenderLine, UnknownAlignmentRendersOnlyTheLineFeed)
 {
     EXPECT_BYTES(Bytes({0x0A}), renderOne("abc", 0, 3, nullptr, 32));
@@ -165,74 +136,23 @@ TEST(RenderLine, RejectsMissingArguments)
     free_print_lines(&line);
 }
 
-TEST(FillLine, RepeatsThePatternForwardsOrBackwards)
-{
-    char* forward = make_fill_line("-=", 4, 0);
-    char* backward = make_fill_line("-=", 4, 1);
-    char* odd = make_fill_line("-=", 3, 1);
-    EXPECT_STREQ(forward, "-=-=");
-    EXPECT_STREQ(backward, "=-=-");
-    EXPECT_STREQ(odd, "-=-");
-    engine_release(forward);
-    engine_release(backward);
-    engine_release(odd);
-    EXPECT_EQ(make_fill_line("", 4, 0), nullptr);
-    EXPECT_EQ(make_fill_line("-", 0, 0), nullptr);
-    EXPECT_EQ(make_fill_line(nullptr, 3, 0), nullptr);
-}
-
 TEST(Controls, WriteTheirCommandBytes)
 {
     uint8_t out[CONTROL_BYTES_MAX] = {};
     uint32_t length = 99;
-    control_bytes(out, &length, CONTROL_NUL);
-    EXPECT_BYTES(Bytes({0x00}), Bytes(out, out + length));
-    control_bytes(out, &length, CONTROL_LINE_FEED);
-    EXPECT_BYTES(Bytes({0x0A}), Bytes(out, out + length));
-    control_bytes(out, &length, CONTROL_FULL_CUT);
-    EXPECT_BYTES(Bytes({0x1D, 0x56, 0x00}), Bytes(out, out + length));
-    control_bytes(out, &length, CONTROL_DRAWER_PULSE);
-    EXPECT_BYTES(Bytes({0x1B, 0x70, 0x00, 0x3C, 0xFF}), Bytes(out, out + length));
+    const std::pair<int, Bytes> table[] = {{CONTROL_NUL, {0x00}},
+                                           {CONTROL_LINE_FEED, {0x0A}},
+                                           {CONTROL_FULL_CUT, {0x1D, 0x56, 0x00}},
+                                           {CONTROL_DRAWER_PULSE, {0x1B, 0x70, 0x00, 0x3C, 0xFF}}};
+    for (const auto& row : table) {
+        control_bytes(out, &length, row.first);
+        EXPECT_BYTES(row.second, Bytes(out, out + length));
+    }
     control_bytes(out, &length, 5);
     EXPECT_EQ(length, 5u);  // unchanged
 }
 
-TEST(Controls, FeedLinesGivesNLineFeeds)
-{
-    uint8_t* bytes = reinterpret_cast<uint8_t*>(1);
-    uint32_t length = 7;
-    ASSERT_EQ(feed_lines(&bytes, &length, 0), ENGINE_OK);
-    EXPECT_EQ(bytes, nullptr);
-    EXPECT_EQ(length, 0u);
-    ASSERT_EQ(feed_lines(&bytes, &length, 3), ENGINE_OK);
-    EXPECT_BYTES(Bytes({0x0A, 0x0A, 0x0A}), Bytes(bytes, bytes + length));
-    engine_release(bytes);
-}
-
-TEST(Chunks, JoinInChainOrderAndRejectAMissingChain)
-{
-    OutputChunk* chunks = nullptr;
-    uint8_t* a = nullptr;
-    uint8_t* b = nullptr;
-    ASSERT_TRUE(engine_memdup(&a, 2, "ab"));
-    ASSERT_TRUE(engine_memdup(&b, 1, "c"));
-    ASSERT_EQ(append_chunk(&chunks, a, 2), ENGINE_OK);
-    ASSERT_EQ(append_chunk(&chunks, nullptr, 0), ENGINE_OK);
-    ASSERT_EQ(append_chunk(&chunks, b, 1), ENGINE_OK);
-    uint8_t* joined = nullptr;
-    uint32_t length = 0;
-    ASSERT_EQ(join_chunks(&joined, &length, chunks), ENGINE_OK);
-    EXPECT_BYTES(Bytes({'a', 'b', 'c'}), Bytes(joined, joined + length));
-    engine_release(joined);
-    ASSERT_EQ(repeat_chunks(&joined, &length, chunks, 2), ENGINE_OK);
-    EXPECT_BYTES(Bytes({'a', 'b', 'c', 'a', 'b', 'c'}), Bytes(joined, joined + length));
-    engine_release(joined);
-    EXPECT_EQ(join_chunks(&joined, &length, nullptr), ENGINE_ERROR_RENDER);
-    free_chunks(&chunks);
-    EXPECT_EQ(chunks, nullptr);
-}
-
-TEST(Chunks, RefuseAnOutputBeyondTheLimit)
+TEST(Chunks, RefuseAnOutputBeyondTheLimitOrAMissingChain)
 {
     OutputChunk* chunks = nullptr;
     uint8_t* a = nullptr;
@@ -245,6 +165,7 @@ TEST(Chunks, RefuseAnOutputBeyondTheLimit)
     EXPECT_EQ(repeat_chunks(&out, &length, chunks, -3), ENGINE_OK);
     EXPECT_EQ(out, nullptr);
     EXPECT_EQ(length, 0u);
+    EXPECT_EQ(join_chunks(&out, &length, nullptr), ENGINE_ERROR_RENDER);
     free_chunks(&chunks);
 }
 

