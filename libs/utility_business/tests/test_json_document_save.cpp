@@ -72,25 +72,12 @@ ssize_t writeUntilFull(int fd, const void* data, size_t size)
     return ::write(fd, data, now);
 }
 
-ssize_t writeOneByte(int fd, const void* data, size_t size) { return ::write(fd, data, size ? 1 : 0); }
-
-ssize_t writeNothing(int, const void*, size_t) { return 0; }
-
+// Every other call is interrupted by a signal.
 ssize_t writeInterruptedOnce(int fd, const void* data, size_t size)
 {
     static thread_local bool interrupted = false;
-    interrupted = !interrupted;
-    if (interrupted) {
-        errno = EINTR;
-        return -1;
-    }
-    return ::write(fd, data, size);
-}
-
-int fsyncFails(int)
-{
-    errno = EIO;
-    return -1;
+    errno = EINTR;
+    return (interrupted = !interrupted) ? -1 : ::write(fd, data, size);
 }
 
 // What the directory held while a save was under way, seen from its sync call.
@@ -171,7 +158,9 @@ TEST_F(JsonDocumentSave, TemporaryFileSitsBesideTargetUnderRecognisableName)
 TEST_F(JsonDocumentSave, ShortAndInterruptedWritesStillSaveEverything)
 {
     const QByteArray expected = m_doc.toString().toUtf8() + '\n';
-    for (const auto write : {writeOneByte, writeInterruptedOnce}) {
+    using Write = ssize_t (*)(int, const void*, size_t);
+    const Write oneByte = [](int fd, const void* data, size_t size) { return ::write(fd, data, size ? 1 : 0); };
+    for (const Write write : {oneByte, &writeInterruptedOnce}) {
         writeFile(m_path, kOldText);
         ScopedFileOps ops({write, ::fsync});
         ASSERT_TRUE(m_doc.toFile(m_path));
@@ -187,8 +176,8 @@ TEST_F(JsonDocumentSave, FailedWriteOrSyncKeepsOldFileAndRemovesTemporary)
         std::string logged;
     } cases[] = {
         {{writeUntilFull, ::fsync}, "failed at writing: " + std::string(std::strerror(ENOSPC))},
-        {{writeNothing, ::fsync}, "failed at writing"},  // no progress counts as a full disk
-        {{::write, fsyncFails}, "failed at syncing"},
+        {{[](int, const void*, size_t) -> ssize_t { return 0; }, ::fsync}, "failed at writing"},  // no progress: full
+        {{::write, [](int) { return errno = EIO, -1; }}, "failed at syncing"},
     };
     for (const auto& c : cases) {
         writeFile(m_path, kOldText);

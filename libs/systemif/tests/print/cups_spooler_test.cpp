@@ -193,41 +193,38 @@ TEST_F(CupsSpooler, RawJobArrivesByteExactAndIsReportedDone)
     expectPrintsAfter("Kitchen", bytes, 0);
 }
 
-TEST_F(CupsSpooler, StoppedQueueWorksOfflineAndItsJobIsCancelledNotPrintedLater)
+// A stopped queue's job is cancelled rather than printed once the queue starts again; a rejecting queue and
+// an unknown printer get no job at all.
+TEST_F(CupsSpooler, StoppedOrRejectingQueueWorksOfflineAndItsJobIsNeverPrinted)
 {
     ASSERT_TRUE(addPrinterQueue("Kitchen"));
     ASSERT_TRUE(m_cups.stopQueue("Kitchen")) << m_cups.error().toStdString();
+    ASSERT_TRUE(addPrinterQueue("Bar"));
+    ASSERT_TRUE(m_cups.rejectJobs("Bar")) << m_cups.error().toStdString();
+    for (const QString printer : {"Kitchen", "Bar"}) {
+        PRINTER_INFO_2W* info = nullptr;
+        ASSERT_TRUE(PrintServics::queryPrinterInfo2(printer, info));
+        EXPECT_EQ(info->Attributes & PRINTER_ATTRIBUTE_WORK_OFFLINE, PRINTER_ATTRIBUTE_WORK_OFFLINE);
+        PrintServics::freePrinterInfo2(info);
+    }
     PRINTER_INFO_2W* info = nullptr;
-    ASSERT_TRUE(PrintServics::queryPrinterInfo2("Kitchen", info));
-    EXPECT_EQ(info->Attributes & PRINTER_ATTRIBUTE_WORK_OFFLINE, PRINTER_ATTRIBUTE_WORK_OFFLINE);
-    PrintServics::freePrinterInfo2(info);
-
-    Outcome outcome;
-    const int id = PrintServics::printBySystemPrinter("Kitchen", "receipt", Document("held", 4), outcome.callback());
-    EXPECT_EQ(outcome.calls, 1);
-    EXPECT_FALSE(outcome.done);
-    EXPECT_EQ(m_cups.jobState(id), kIppJobCanceled);
-
-    ASSERT_TRUE(m_cups.startQueue("Kitchen")) << m_cups.error().toStdString();
-    expectPrintsAfter("Kitchen", "after restart", 0);
-    EXPECT_EQ(savedJobs(), QStringList{"job-0001.bin"});
-}
-
-TEST_F(CupsSpooler, RejectingQueueWorksOfflineAndItAndAnUnknownPrinterGetNoJob)
-{
-    ASSERT_TRUE(addPrinterQueue("Kitchen"));
-    ASSERT_TRUE(m_cups.rejectJobs("Kitchen")) << m_cups.error().toStdString();
-    PRINTER_INFO_2W* info = nullptr;
-    ASSERT_TRUE(PrintServics::queryPrinterInfo2("Kitchen", info));
-    EXPECT_EQ(info->Attributes & PRINTER_ATTRIBUTE_WORK_OFFLINE, PRINTER_ATTRIBUTE_WORK_OFFLINE);
-    PrintServics::freePrinterInfo2(info);
     EXPECT_FALSE(PrintServics::queryPrinterInfo2("Nowhere", info));
-    for (const QString printer : {"Kitchen", "Nowhere"}) {
+
+    Outcome held;
+    const int id = PrintServics::printBySystemPrinter("Kitchen", "receipt", Document("held", 4), held.callback());
+    EXPECT_EQ(held.calls, 1);
+    EXPECT_FALSE(held.done);
+    EXPECT_EQ(m_cups.jobState(id), kIppJobCanceled);
+    for (const QString printer : {"Bar", "Nowhere"}) {
         Outcome outcome;
         EXPECT_EQ(PrintServics::printBySystemPrinter(printer, "receipt", Document("x", 1), outcome.callback()), 0);
         EXPECT_EQ(outcome.calls, 1);
         EXPECT_FALSE(outcome.done);
     }
+
+    ASSERT_TRUE(m_cups.startQueue("Kitchen")) << m_cups.error().toStdString();
+    expectPrintsAfter("Kitchen", "after restart", 0);
+    EXPECT_EQ(savedJobs(), QStringList{"job-0001.bin"});
 }
 
 TEST_F(CupsSpooler, JobToARefusingPrinterIsCancelledWhenItsWorkerIsKilledAndNeverArrives)
