@@ -19,16 +19,22 @@ const char* const kAppWithProfile1 =
 
 using DataChecker = StoreTest;
 
-TEST_F(DataChecker, RestoresMissingAppFileFromPackageAndDropsProfiles)
+TEST_F(DataChecker, RestoresMissingOrUnparsableAppFileFromPackageAndDropsProfiles)
 {
-    writeFactoryFiles();
-    QFile::remove(appdataPath(QStringLiteral("Settings-App.json")));
-    writeProfile(1, QStringLiteral("alice"));
+    for (const QString broken : {QString(), QStringLiteral("{\"profiles\": {\"1\": ")}) {
+        service_business::json_db::resetJsonDBForTests();
+        writeFactoryFiles();
+        if (broken.isNull())
+            QFile::remove(appdataPath(QStringLiteral("Settings-App.json")));
+        else
+            writeFile(QStringLiteral("Settings-App.json"), broken);
+        writeProfile(1, QStringLiteral("alice"));
 
-    EXPECT_TRUE(dc::checkSettings());
+        EXPECT_TRUE(dc::checkSettings());
 
-    EXPECT_EQ(readFile(QStringLiteral("Settings-App.json")), factoryText(QStringLiteral("Settings-App.json")));
-    EXPECT_FALSE(exists(QStringLiteral("Profiles")));
+        EXPECT_EQ(readFile(QStringLiteral("Settings-App.json")), factoryText(QStringLiteral("Settings-App.json")));
+        EXPECT_FALSE(exists(QStringLiteral("Profiles"))) << broken.toStdString();
+    }
 }
 
 TEST_F(DataChecker, CreatesAllThreeFilesOnANewInstallation)
@@ -39,30 +45,6 @@ TEST_F(DataChecker, CreatesAllThreeFilesOnANewInstallation)
 
     for (const QString name : {"Settings-App.json", "Settings-Basis.json", "Settings-Env.json"})
         EXPECT_EQ(readFile(name), factoryText(name)) << name.toStdString();
-}
-
-TEST_F(DataChecker, TreatsUnparsableAppFileAsMissing)
-{
-    writeFactoryFiles();
-    writeFile(QStringLiteral("Settings-App.json"), QStringLiteral("{\"profiles\": {\"1\": "));
-    writeProfile(1, QStringLiteral("alice"));
-
-    EXPECT_TRUE(dc::checkSettings());
-
-    EXPECT_EQ(readFile(QStringLiteral("Settings-App.json")), factoryText(QStringLiteral("Settings-App.json")));
-    EXPECT_FALSE(exists(QStringLiteral("Profiles")));
-}
-
-TEST_F(DataChecker, RestoresMissingBasisAndEnvFilesAsShipped)
-{
-    writeFactoryFiles();
-    QFile::remove(appdataPath(QStringLiteral("Settings-Basis.json")));
-    writeFile(QStringLiteral("Settings-Env.json"), QStringLiteral("not json"));
-
-    EXPECT_TRUE(dc::checkSettings());
-
-    EXPECT_EQ(readFile(QStringLiteral("Settings-Basis.json")), factoryText(QStringLiteral("Settings-Basis.json")));
-    EXPECT_EQ(readFile(QStringLiteral("Settings-Env.json")), factoryText(QStringLiteral("Settings-Env.json")));
 }
 
 TEST_F(DataChecker, LeavesGoodFilesAndBrokenProfilesUntouched)

@@ -46,14 +46,10 @@ TEST(FormatterWithEngine, PrintsRemarkWithoutDrawerOrCutCommands)
     EXPECT_EQ(dirty, clean);
 }
 
-TEST(FormatterWithEngine, RefusesOrderTypeWithoutLayout)
+TEST(FormatterWithEngine, RefusesOrderTypeWithoutLayoutAndIncompleteOrder)
 {
     EXPECT_TRUE(formatOrder(kRestaurant, onlineOrder(QStringLiteral("x")), static_cast<utility_enum::OrderType>(3),
                             settings())
                     .isEmpty());
-}
-
-TEST(FormatterWithEngine, RefusesIncompleteOrder)
-{
     EXPECT_TRUE(formatOrder(kRestaurant, QStringLiteral(R"({"id": "1"})"), utility_enum::ORDER_ONLINE, settings()).isEmpty());
 }

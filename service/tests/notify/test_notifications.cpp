@@ -22,7 +22,7 @@ void expectMessage(MsgBusNameSpace::Subscriber& listener, const std::string& top
     EXPECT_EQ(message->arguments, arguments) << name << " to " << topic;
 }
 
-TEST_F(Notifications, StateChangesReachEveryProfileById)
+TEST_F(Notifications, StateChangesReachEveryProfileByIdAndAnEnabledStateChangeOnlyItsOwnWith4)
 {
     ASSERT_EQ(addProfile(QStringLiteral("Noodle Bar")), 1);
     ASSERT_EQ(addProfile(QStringLiteral("Congee House")), 2);
@@ -36,13 +36,6 @@ TEST_F(Notifications, StateChangesReachEveryProfileById)
     expectMessage(*listener, "1", "printerHasChanged", {3});
     expectMessage(*listener, "2", "printerHasChanged", {3});
     expectNothingBefore(*listener, "KM_LAUNCHER_NAME");
-}
-
-TEST_F(Notifications, EnabledStateChangeGoesToItsProfileOnlyWith4)
-{
-    ASSERT_EQ(addProfile(QStringLiteral("Noodle Bar")), 1);
-    ASSERT_EQ(addProfile(QStringLiteral("Congee House")), 2);
-    auto listener = listen({"KM_LAUNCHER_NAME", "1", "2"});
 
     utility::notifyAppPrinterEnabledStateChanged(2);
     expectMessage(*listener, "2", "printerHasChanged", {4});
@@ -86,6 +79,14 @@ TEST_F(Notifications, PrintResultGoesToTheGivenTopic)
     expectMessage(*listener, "7", "systemPrintCompleted", {QStringLiteral("厨房: 订单 1042"), true});
     expectMessage(*listener, "7", "systemPrintCompleted", {QStringLiteral("Bar"), false});
     expectNothingBefore(*listener, "KM_LAUNCHER_NAME");
+}
+
+TEST_F(Notifications, PublishingFailsWithoutABroker)
+{
+    m_broker.stop();
+    EXPECT_FALSE(Sender().sendData(1, "lost"));
+    EXPECT_FALSE(Sender::publishData(1, utility_business::ipc_define::PublishMsg(QStringLiteral("lost"),
+                                                                                 QStringLiteral("notification"))));
 }
 
 }  // namespace

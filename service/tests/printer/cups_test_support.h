@@ -8,7 +8,12 @@
 #include "cupsd_harness.h"
 #include "virtual_printer/virtual_printer.h"
 
+#include "service_business/print_manager.h"
+#include "service_business/printer.h"
+
 #include <QByteArray>
+#include <QDir>
+#include <QFile>
 #include <QString>
 #include <QTemporaryDir>
 
@@ -19,27 +24,72 @@ namespace printer_test {
 
 class CupsDispatchTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite();
-    static void TearDownTestSuite();
-    void SetUp() override;
-    void TearDown() override;
+    static void SetUpTestSuite()
+    {
+        if (!test_support::CupsdHarness::unavailableReason().isEmpty()) return;
+        s_cups = new test_support::CupsdHarness;
+        if (!s_cups->start()) {
+            delete s_cups;
+            s_cups = nullptr;
+        }
+    }
+    static void TearDownTestSuite()
+    {
+        delete s_cups;
+        s_cups = nullptr;
+    }
+    void SetUp() override
+    {
+        const QString reason = test_support::CupsdHarness::unavailableReason();
+        if (!reason.isEmpty()) GTEST_SKIP() << "no CUPS scheduler here: " << reason.toStdString();
+        ASSERT_NE(s_cups, nullptr) << "cupsd did not start";
+    }
+    void TearDown() override { service_business::PrintManager::printerHasChanged({}); }
 
     // A virtual printer of this test, saving into a directory of its own.
     struct Device {
         QTemporaryDir dir;
         std::unique_ptr<virtual_printer::VirtualPrinter> printer;
         // The bytes of its job `number` (1 for the first); "<missing>" when there is none.
-        QByteArray savedJob(int number) const;
+        QByteArray savedJob(int number) const
+        {
+            QFile file(dir.filePath(QString::asprintf("job-%04d.bin", number)));
+            return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+        }
     };
     // Starts a virtual printer and a raw queue `name` to it that does not wait for the printer to close the
     // connection.
-    Device* addPrinter(const QString& name);
+    Device* addPrinter(const QString& name)
+    {
+        auto device = std::make_unique<Device>();
+        EXPECT_TRUE(device->dir.isValid());
+        virtual_printer::Options options;
+        options.outDir = device->dir.path().toStdString();
+        device->printer = std::make_unique<virtual_printer::VirtualPrinter>(options);
+        std::string error;
+        EXPECT_TRUE(device->printer->start(&error)) << error;
+        EXPECT_TRUE(s_cups->addRawQueue(name, test_support::CupsdHarness::socketUri(device->printer->port())))
+            << s_cups->errorLog().toStdString();
+        m_devices.push_back(std::move(device));
+        return m_devices.back().get();
+    }
     // The queue's record as the registry makes it: refreshed from the spooler, connection tested.
-    utility_business::PrinterInfo spoolerRecord(int id, const QString& name);
+    utility_business::PrinterInfo spoolerRecord(int id, const QString& name)
+    {
+        utility_business::PrinterInfo info;
+        info.id = id;
+        info.name = name;
+        EXPECT_TRUE(service_business::Printer::systemPrinterInfo(info)) << name.toStdString();
+        info.connected = service_business::Printer::isConnected(info);
+        return info;
+    }
     // Descriptors open in this process.
-    static int openDescriptors();
+    static int openDescriptors()
+    {
+        return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size();
+    }
 
-    static test_support::CupsdHarness* s_cups;
+    inline static test_support::CupsdHarness* s_cups = nullptr;
     std::vector<std::unique_ptr<Device>> m_devices;
     CallbackLog m_outcomes;
 };

@@ -1,7 +1,5 @@
 #include "printer_test_support.h"
 
-#include "printer/dispatch_timing.h"
-
 #include <QFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -62,71 +60,6 @@ QString homeDir()
                                          << hexAround(actual, offset).toStdString();
 }
 
-std::function<void(bool)> CallbackLog::callback(int tag)
-{
-    return [this, tag](bool ok) {
-        {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            m_results[tag] << ok;
-            m_order << tag;
-        }
-        m_changed.notify_all();
-    };
-}
-
-QList<bool> CallbackLog::results(int tag) const
-{
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_results.value(tag);
-}
-
-QList<int> CallbackLog::order() const
-{
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_order;
-}
-
-int CallbackLog::total() const
-{
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_order.size();
-}
-
-bool CallbackLog::waitForTotal(int count, std::chrono::milliseconds timeout) const
-{
-    std::unique_lock<std::mutex> lock(m_mutex);
-    return m_changed.wait_for(lock, timeout, [&] { return m_order.size() >= count; });
-}
-
-bool CallbackLog::waitFor(int tag, std::chrono::milliseconds timeout) const
-{
-    std::unique_lock<std::mutex> lock(m_mutex);
-    return m_changed.wait_for(lock, timeout, [&] { return m_results.contains(tag); });
-}
-
-void Gate::open()
-{
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_open = true;
-    }
-    m_changed.notify_all();
-}
-
-void Gate::pass()
-{
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_arrived = true;
-    m_changed.notify_all();
-    m_changed.wait(lock, [this] { return m_open; });
-}
-
-bool Gate::waitForArrival(std::chrono::milliseconds timeout)
-{
-    std::unique_lock<std::mutex> lock(m_mutex);
-    return m_changed.wait_for(lock, timeout, [this] { return m_arrived; });
-}
-
 int countRecords(const utility_business::log::Capture& capture, const std::string& type, const std::string& text)
 {
     int count = 0;
@@ -169,17 +102,6 @@ utility_business::PrinterInfo printerRecord(int id, const QString& name,
     info.type = type;
     info.connected = connected;
     return info;
-}
-
-void FakeDispatchTest::SetUp()
-{
-    service_business::setDispatchTimingForTesting(service_business::DispatchTiming());
-}
-
-void FakeDispatchTest::TearDown()
-{
-    service_business::PrintManager::printerHasChanged({});
-    service_business::setDispatchTimingForTesting(service_business::DispatchTiming());
 }
 
 }  // namespace printer_test

@@ -2,6 +2,7 @@
 // Shared by the printing tests. Every test program that links this gets a fresh temporary home
 // (SERVICE_BUSINESS_HOME, so logs and settings stay out of the real one); the packages are the build tree's.
 
+#include "printer/dispatch_timing.h"
 #include "service_business/print_manager.h"
 
 #include "systemif/print_fake.h"
@@ -40,16 +41,39 @@ QString homeDir();
 // The outcomes that callbacks receive, per job tag, from whatever thread they are called on.
 class CallbackLog {
 public:
-    std::function<void(bool)> callback(int tag);
+    std::function<void(bool)> callback(int tag)
+    {
+        return [this, tag](bool ok) {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_results[tag] << ok;
+            m_order << tag;
+            m_changed.notify_all();
+        };
+    }
     // Every outcome told for the tag, in order.
-    QList<bool> results(int tag) const;
+    QList<bool> results(int tag) const
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_results.value(tag);
+    }
     // The tags in the order they were told.
-    QList<int> order() const;
-    int total() const;
-    // Waits until `count` outcomes in all have been told; false on timeout (a hang guard, not a measure).
-    bool waitForTotal(int count, std::chrono::milliseconds timeout = std::chrono::seconds(30)) const;
-    // Waits until the tag has been told; false on timeout.
-    bool waitFor(int tag, std::chrono::milliseconds timeout = std::chrono::seconds(30)) const;
+    QList<int> order() const
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_order;
+    }
+    int total() const { return order().size(); }
+    // Waits until `count` outcomes in all, or the tag, have been told; false on timeout (a hang guard).
+    bool waitForTotal(int count, std::chrono::milliseconds timeout = std::chrono::seconds(30)) const
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        return m_changed.wait_for(lock, timeout, [&] { return m_order.size() >= count; });
+    }
+    bool waitFor(int tag, std::chrono::milliseconds timeout = std::chrono::seconds(30)) const
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        return m_changed.wait_for(lock, timeout, [&] { return m_results.contains(tag); });
+    }
 
 private:
     mutable std::mutex m_mutex;
@@ -61,11 +85,26 @@ private:
 // A gate a callback can wait at, to hold its worker busy until the test opens it.
 class Gate {
 public:
-    void open();
+    void open()
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_open = true;
+        m_changed.notify_all();
+    }
     // Waits until the gate is open.
-    void pass();
+    void pass()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_arrived = true;
+        m_changed.notify_all();
+        m_changed.wait(lock, [this] { return m_open; });
+    }
     // Waits until someone is waiting at the gate; false on timeout.
-    bool waitForArrival(std::chrono::milliseconds timeout = std::chrono::seconds(30));
+    bool waitForArrival(std::chrono::milliseconds timeout = std::chrono::seconds(30))
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        return m_changed.wait_for(lock, timeout, [this] { return m_arrived; });
+    }
 
 private:
     std::mutex m_mutex;
@@ -87,18 +126,16 @@ utility_business::PrinterInfo printerRecord(int id, const QString& name,
                                             utility_business::utility_enum::PrinterType type,
                                             bool connected = true);
 
-// The manager's own operations that are not static.
-class ManagerAccess : public service_business::PrintManager {
-public:
-    using PrintManager::instancePrintManager;
-};
-
 // Print dispatch on the fakes: each test starts with no workers and leaves none behind, so one test's
 // jobs never reach another's fakes.
 class FakeDispatchTest : public ::testing::Test {
 protected:
-    void SetUp() override;
-    void TearDown() override;
+    void SetUp() override { service_business::setDispatchTimingForTesting(service_business::DispatchTiming()); }
+    void TearDown() override
+    {
+        service_business::PrintManager::printerHasChanged({});
+        service_business::setDispatchTimingForTesting(service_business::DispatchTiming());
+    }
 
     systemif::print::FakePrintSystem m_fake;
     utility_business::log::Capture m_log;

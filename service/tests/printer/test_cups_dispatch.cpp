@@ -53,28 +53,6 @@ TEST_F(CupsDispatch, OrderFromTheFormatterArrivesAtThePrinterByteForByte)
     EXPECT_TRUE(sameBytes(Printer::buildDocument(receipt).bytes(), kitchen->savedJob(1)));
 }
 
-TEST_F(CupsDispatch, JobsOfTwoPrintersArriveEachAtItsPrinterInOrder)
-{
-    Device* kitchen = addPrinter("Kitchen");
-    Device* bar = addPrinter("Bar");
-    const PrinterInfo kitchenRecord = spoolerRecord(1, "Kitchen");
-    const PrinterInfo barRecord = spoolerRecord(2, "Bar");
-    QList<QByteArray> receipts;
-    for (int number = 1; number <= 6; ++number) {
-        receipts << QByteArray("\x1b@Table ") + QByteArray::number(number) + " 宫保鸡丁 x" + QByteArray::number(number) +
-                        "\n\x1dVB" + QByteArray(1, '\0');
-        PrintManager::printOrder(number % 2 ? kitchenRecord : barRecord, receipts.last(), m_outcomes.callback(number));
-    }
-    ASSERT_TRUE(m_outcomes.waitForTotal(6));
-    for (int number = 1; number <= 6; ++number) EXPECT_EQ(m_outcomes.results(number), QList<bool>{true}) << number;
-    ASSERT_TRUE(kitchen->printer->waitForJobs(3, 20s));
-    ASSERT_TRUE(bar->printer->waitForJobs(3, 20s));
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_TRUE(sameBytes(Printer::buildDocument(receipts[2 * i]).bytes(), kitchen->savedJob(i + 1))) << i;
-        EXPECT_TRUE(sameBytes(Printer::buildDocument(receipts[2 * i + 1]).bytes(), bar->savedJob(i + 1))) << i;
-    }
-}
-
 TEST_F(CupsDispatch, JobOnAStoppedQueueIsToldFalseAndNeverPrintsLater)
 {
     Device* kitchen = addPrinter("Kitchen");

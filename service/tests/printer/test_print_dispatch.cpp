@@ -116,44 +116,27 @@ TEST_F(PrintDispatch, JobOnAnUnconnectedSpoolerPrinterIsDroppedWithoutCallback)
     EXPECT_EQ(countRecords(m_log, "error", "printer not connected"), 1);
 }
 
-TEST_F(PrintDispatch, UsbPrintSupportJobIsWrittenToTheDeviceOfItsModel)
+TEST_F(PrintDispatch, UsbJobIsWrittenToItsDeviceAndAFailedWriteOrMissingDeviceIsToldFalse)
 {
     m_fake.usbPrintSupport.attach("/dev/usb/lp0");
     PrinterInfo usb = printerRecord(4, QStringLiteral("Usb打印支持1"), utility_enum::PRINTER_USB_PRINT_SUPPORT);
     usb.model = QStringLiteral("/dev/usb/lp0");
-    print(usb, 1);
-    ASSERT_TRUE(m_outcomes.waitFor(1));
-    m_fake.usbPrintSupport.setWriteResult(false);
-    print(usb, 2);
-    ASSERT_TRUE(m_outcomes.waitFor(2));
-
-    EXPECT_EQ(m_outcomes.results(1), QList<bool>{true});
-    EXPECT_EQ(m_outcomes.results(2), QList<bool>{false});
-    ASSERT_FALSE(m_fake.usbPrintSupport.written("/dev/usb/lp0").isEmpty());
-    EXPECT_TRUE(sameBytes(document(1), m_fake.usbPrintSupport.written("/dev/usb/lp0").first()));
-    EXPECT_EQ(countRecords(m_log, "message", "print order by usb print support printer"), 2);
-}
-
-TEST_F(PrintDispatch, LibusbJobIsWrittenToTheAttachedSupportedPrinter)
-{
-    UsbDevice device;
-    device.bus = QStringLiteral("001");
-    device.filename = QStringLiteral("004");
-    device.descriptor.idVendor = kSupportedVendor;
-    device.descriptor.idProduct = kSupportedProduct;
-    device.hasPrinterInterface = true;
-    m_fake.usbBus.attach(device);
+    m_fake.usbBus.attach({"001", "004", {kSupportedVendor, kSupportedProduct}, true});
     const PrinterInfo libusb = printerRecord(5, QStringLiteral("Libusb打印机"), utility_enum::PRINTER_LIBUSB);
-    print(libusb, 1);
-    ASSERT_TRUE(m_outcomes.waitFor(1));
+    print(usb, 1);
+    print(libusb, 3);
+    ASSERT_TRUE(m_outcomes.waitForTotal(2));
+    m_fake.usbPrintSupport.setWriteResult(false);
     m_fake.usbBus.detachAll();
-    print(libusb, 2);
-    ASSERT_TRUE(m_outcomes.waitFor(2));
+    print(usb, 2);
+    print(libusb, 4);
+    ASSERT_TRUE(m_outcomes.waitForTotal(4));
 
-    EXPECT_EQ(m_outcomes.results(1), QList<bool>{true});
-    ASSERT_EQ(m_fake.usbBus.written("004").size(), 1);
-    EXPECT_TRUE(sameBytes(document(1), m_fake.usbBus.written("004").first()));
-    EXPECT_EQ(m_outcomes.results(2), QList<bool>{false});
+    for (int number : {1, 3}) EXPECT_EQ(m_outcomes.results(number), QList<bool>{true}) << number;
+    for (int number : {2, 4}) EXPECT_EQ(m_outcomes.results(number), QList<bool>{false}) << number;
+    EXPECT_EQ(m_fake.usbPrintSupport.written("/dev/usb/lp0"), QList<QByteArray>{document(1)});
+    EXPECT_EQ(m_fake.usbBus.written("004"), QList<QByteArray>{document(3)});
+    EXPECT_EQ(countRecords(m_log, "message", "print order by usb print support printer"), 2);
     EXPECT_EQ(countRecords(m_log, "error", "can not find libusb printer"), 1);
     EXPECT_EQ(countRecords(m_log, "function", entryOf("Printer::printDocByUsbPrinter")), 2);
 }
@@ -205,29 +188,6 @@ TEST_F(PrintDispatch, The51stJobInAQueueIsDroppedAndNeverToldButStillLogged)
     EXPECT_EQ(m_fake.usbPrintSupport.written("/dev/usb/lp0").size(), 50);
 }
 
-TEST_F(PrintDispatch, EachPrinterIdHasOneWorkerOfItsOwn)
-{
-    m_fake.usbPrintSupport.attach("A");
-    m_fake.usbPrintSupport.attach("B");
-    PrinterInfo a = printerRecord(10, "A", utility_enum::PRINTER_USB_PRINT_SUPPORT);
-    a.model = QStringLiteral("A");
-    PrinterInfo b = printerRecord(11, "B", utility_enum::PRINTER_USB_PRINT_SUPPORT);
-    b.model = QStringLiteral("B");
-    print(a, 1);
-    print(b, 2);
-    print(a, 3);
-    ASSERT_TRUE(m_outcomes.waitForTotal(3));
-
-    const std::string workerA = workerOf(m_log, 10);
-    const std::string workerB = workerOf(m_log, 11);
-    ASSERT_FALSE(workerA.empty());
-    ASSERT_FALSE(workerB.empty());
-    EXPECT_NE(workerA, workerB);
-    EXPECT_EQ(countRecords(m_log, "message", pushedTo(workerA)), 2);
-    EXPECT_EQ(countRecords(m_log, "message", pushedTo(workerB)), 1);
-    EXPECT_EQ(m_fake.usbPrintSupport.written("A"), (QList<QByteArray>{document(1), document(3)}));
-}
-
 TEST_F(PrintDispatch, PrinterChangeMovesAWorkerWithItsQueueToTheNewId)
 {
     m_fake.usbPrintSupport.attach("/dev/usb/lp0");
@@ -274,14 +234,4 @@ TEST_F(PrintDispatch, PrinterChangeMovesAWorkerWithItsQueueToTheNewId)
     ASSERT_TRUE(m_outcomes.waitFor(5));
     EXPECT_FALSE(workerOf(m_log, 3).empty());
     EXPECT_NE(workerOf(m_log, 3), worker);
-}
-
-TEST_F(PrintDispatch, JobWithoutCallbackStillPrints)
-{
-    m_fake.usbPrintSupport.attach("/dev/usb/lp0");
-    PrinterInfo usb = printerRecord(12, "Usb", utility_enum::PRINTER_USB_PRINT_SUPPORT);
-    usb.model = QStringLiteral("/dev/usb/lp0");
-    PrintManager::printOrder(usb, receipt(1), std::function<void(bool)>());
-    ASSERT_TRUE(waitForPops(1));
-    EXPECT_EQ(m_fake.usbPrintSupport.written("/dev/usb/lp0").size(), 1);
 }

@@ -98,59 +98,6 @@ TEST_F(PrintWatchdog, HangingSpoolerJobIsCancelledAndToldFalseThenTheNextJobPrin
     EXPECT_EQ(countRecords(m_log, "message", "pop front print item, print list size: 1"), 1);
 }
 
-TEST_F(PrintWatchdog, CallerToldBeforeTheKillIsNotToldAgain)
-{
-    SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();
-    shortenTheLimit();
-    // Each callback takes longer than the limit: the worker is killed inside it, after the outcome was told.
-    auto slowCallback = [this](int number) {
-        return [this, number](bool ok) {
-            m_outcomes.callback(number)(ok);
-            std::this_thread::sleep_for(5s);
-        };
-    };
-    PrintManager::printOrder(m_kitchen, receipt(1), slowCallback(1));
-    print(m_kitchen, 2);
-    PrintManager::printOrder(m_usb, receipt(3), slowCallback(3));
-    print(m_usb, 4);
-
-    ASSERT_TRUE(m_outcomes.waitForTotal(4));
-    ASSERT_TRUE(waitForRecords(m_log, "function", kCancelEntry, 2));
-    for (int number = 1; number <= 4; ++number) EXPECT_EQ(m_outcomes.results(number), QList<bool>{true}) << number;
-    EXPECT_EQ(m_fake.spooler.printed("Kitchen").size(), 2);
-    EXPECT_EQ(m_fake.usbPrintSupport.written("/dev/usb/lp0").size(), 2);
-}
-
-TEST_F(PrintWatchdog, CallbackOfAKilledJobMayQueueItAgain)
-{
-    SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();
-    shortenTheLimit();
-    m_fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
-    PrintManager::printOrder(m_kitchen, receipt(1), [this](bool ok) {
-        m_outcomes.callback(1)(ok);
-        // Told on the watchdog's thread, which holds no lock of print dispatch now.
-        m_fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Complete);
-        print(m_kitchen, 2);
-    });
-    ASSERT_TRUE(m_outcomes.waitForTotal(2));
-    EXPECT_EQ(m_outcomes.order(), (QList<int>{1, 2}));
-    EXPECT_EQ(m_outcomes.results(1), QList<bool>{false});
-    EXPECT_EQ(m_outcomes.results(2), QList<bool>{true});
-}
-
-TEST_F(PrintWatchdog, JobWithinTheTenSecondsIsLeftAlone)
-{
-    SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();
-    m_fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
-    print(m_kitchen, 1);
-    ASSERT_TRUE(waitForSpoolerJobs(1));
-    std::this_thread::sleep_for(500ms);
-    ManagerAccess::instancePrintManager()->checkoutPrinterTimeout();
-    EXPECT_EQ(countRecords(m_log, "function", kCancelEntry), 0);
-    EXPECT_EQ(m_outcomes.total(), 0);
-    EXPECT_EQ(m_fake.spooler.jobs().first().state, SpoolerJobState::Processing);
-}
-
 TEST_F(PrintWatchdog, PrinterChangeStopsABusyWorkerAndEachOfItsJobsIsToldFalse)
 {
     SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();

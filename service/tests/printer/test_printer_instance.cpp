@@ -22,18 +22,13 @@ const char* const kAppSettings = R"({
     "profiles": {"1": {"username": "shop"}},
     "print": {
         "printers": {
-            "0": {"name": "Kitchen", "model": "old model", "width": "80mm", "connectionType": "local",
-                  "portName": "USB009", "hostAddress": "", "port": "", "connected": false, "type": 1},
-            "3": {"name": "Libusb", "model": "", "width": "58mm", "connectionType": "", "portName": "",
-                  "hostAddress": "", "port": "", "connected": false, "type": 3},
-            "4": {"name": "Usb1", "model": "/dev/usb/lp0", "width": "58mm", "connectionType": "", "portName": "",
-                  "hostAddress": "", "port": "", "connected": false, "type": 4}
+            "0": {"name": "Kitchen", "model": "old model", "width": "80mm", "connectionType": "local", "portName": "USB009",
+                  "type": 1},
+            "3": {"name": "Libusb", "width": "58mm", "type": 3},
+            "4": {"name": "Usb1", "model": "/dev/usb/lp0", "width": "58mm", "type": 4}
         },
-        "isConvertToPinyinEnabled": true,
-        "isSimplifyChineseEnabled": false,
-        "isPrintBarcodeEnabled": true,
-        "spacingBetweenCopies": "large",
-        "fontStyle": "small"
+        "isConvertToPinyinEnabled": true, "isSimplifyChineseEnabled": false, "isPrintBarcodeEnabled": true,
+        "spacingBetweenCopies": "large", "fontStyle": "small"
     }
 })";
 
@@ -63,19 +58,6 @@ protected:
 
 }  // namespace
 
-TEST_F(PrinterInstance, ReadsItsStoredRecordAfreshEachTime)
-{
-    const auto printer = PrinterManager::instancePrinter(1, 0);
-    ASSERT_TRUE(printer);
-    EXPECT_EQ(printer->id(), 0);
-    EXPECT_EQ(printer->profileID(), 1);
-    EXPECT_EQ(printer->name(), "Kitchen");
-    EXPECT_EQ(printer->type(), utility_enum::PRINTER_SYSTEM_LOCAL);
-    EXPECT_EQ(printer->width(), "80mm");
-    ASSERT_TRUE(JsonDB::updater()->updatePrinterWidth(0, QStringLiteral("58mm")));
-    EXPECT_EQ(printer->width(), "58mm");
-}
-
 TEST_F(PrinterInstance, PrinterInfoOfASpoolerPrinterIsRefreshedAndItsConnectionTested)
 {
     const auto printer = PrinterManager::instancePrinter(1, 0);
@@ -100,12 +82,7 @@ TEST_F(PrinterInstance, PrinterInfoOfUsbPrintersComesFromTheStore)
     const PrinterInfo libusb = PrinterManager::instancePrinter(1, 3)->printerInfo();
     EXPECT_EQ(libusb.name, "Libusb");
     EXPECT_FALSE(libusb.connected) << "no supported libusb printer is attached";
-    systemif::print::UsbDevice device;
-    device.filename = QStringLiteral("004");
-    device.descriptor.idVendor = printer_test::kSupportedVendor;
-    device.descriptor.idProduct = printer_test::kSupportedProduct;
-    device.hasPrinterInterface = true;
-    m_fake.usbBus.attach(device);
+    m_fake.usbBus.attach({"001", "004", {printer_test::kSupportedVendor, printer_test::kSupportedProduct}, true});
     EXPECT_TRUE(PrinterManager::instancePrinter(1, 3)->printerInfo().connected);
 
     const PrinterInfo usb = PrinterManager::instancePrinter(1, 4)->printerInfo();
@@ -113,26 +90,7 @@ TEST_F(PrinterInstance, PrinterInfoOfUsbPrintersComesFromTheStore)
     EXPECT_TRUE(usb.connected);
 }
 
-TEST_F(PrinterInstance, SetPrintCopiesStoresThemForAnEnabledPrinterOnly)
-{
-    PrintCopies copies;
-    copies.copiesCountOfOrder = 2;
-    copies.copiesCountOfDineOrder = 5;
-    copies.copiesCountOfPhoneOrder = 7;
-    EXPECT_TRUE(PrinterManager::instancePrinter(1, 0)->setPrintCopies(copies));
-    EXPECT_EQ(JsonDB::browser()->printCopies(1, 0).toJson(), copies.toJson());
-    EXPECT_FALSE(PrinterManager::instancePrinter(1, 4)->setPrintCopies(copies));
-}
-
-TEST_F(PrinterInstance, PrintDocPrintsNothingAndNeverCalls)
-{
-    bool called = false;
-    EXPECT_TRUE(PrinterManager::instancePrinter(1, 0)->printDoc("Table 1\n", [&](bool) { called = true; }));
-    EXPECT_FALSE(called);
-    EXPECT_TRUE(m_fake.spooler.jobs().isEmpty());
-}
-
-TEST_F(PrinterInstance, BasisSummarySettingsTakeTheProfilesCopiesAndTheSecondGlobalSwitch)
+TEST_F(PrinterInstance, SummarySettingsTakeTheCopiesOfTheProfileOrPrinterAndTheSecondGlobalSwitch)
 {
     const SummaryPrintSettings settings = Printer::getBasisSummaryPrintSettings(1);
     EXPECT_EQ(settings.width, "80mm") << "the basis settings print on the paper of printer 0";
@@ -143,18 +101,12 @@ TEST_F(PrinterInstance, BasisSummarySettingsTakeTheProfilesCopiesAndTheSecondGlo
     EXPECT_FALSE(settings.isPrintBarcodeEnabled);
     EXPECT_EQ(settings.lines_between_copies, "large");
     EXPECT_EQ(settings.style, "small");
-}
 
-TEST_F(PrinterInstance, SummarySettingsOfAPrinterTakeItsWidthAndDefaultCopies)
-{
-    const SummaryPrintSettings settings = Printer::getSummaryPrintSettings(1, 3);
-    EXPECT_EQ(settings.width, "58mm");
-    EXPECT_EQ(settings.copiesOfOnlineOrder, 1);
-    EXPECT_EQ(settings.copiesOfDineOrder, 1);
-    EXPECT_EQ(settings.copiesOfPhoneOrder, 1);
-    EXPECT_FALSE(settings.isPrintBarcodeEnabled);
-    EXPECT_EQ(settings.lines_between_copies, "large");
-    EXPECT_EQ(settings.style, "small");
+    const SummaryPrintSettings ofPrinter = Printer::getSummaryPrintSettings(1, 3);
+    EXPECT_EQ(ofPrinter.width, "58mm");
+    EXPECT_EQ(ofPrinter.copiesOfOnlineOrder, 1) << "not enabled: the default copies";
+    EXPECT_EQ(ofPrinter.copiesOfPhoneOrder, 1);
+    EXPECT_FALSE(ofPrinter.isPrintBarcodeEnabled);
 
     GlobalPrintSettings global = JsonDB::browser()->globalPrintSettings();
     global.isSimplifyChineseEnabled = true;

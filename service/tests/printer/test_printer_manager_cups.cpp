@@ -170,18 +170,4 @@ TEST_F(RegistryOnCups, QueueChangesGiveTheirBitsAndEnabledPrintersFollowTheirIds
     EXPECT_EQ(update(), PRINTER_UNCHANGED);
 }
 
-TEST_F(RegistryOnCups, NoQueuesLeftDisablesEverythingInEveryProfile)
-{
-    addUsbQueue(QStringLiteral("Kitchen"));
-    ASSERT_EQ(addProfile(QStringLiteral("Noodle Bar")), 1);
-    update();
-    ASSERT_TRUE(PrinterManager::enablePrinter(1, 0));
-
-    ASSERT_TRUE(s_cups->deleteQueue(QStringLiteral("Kitchen")));
-    EXPECT_EQ(update(), PRINTER_REMOVED);
-    EXPECT_TRUE(storedPrinters().isEmpty());
-    EXPECT_TRUE(enabledCopies(1).isEmpty());
-    EXPECT_TRUE(PrinterManager::enabledPrinterInfoList(1).isEmpty());
-}
-
 }  // namespace

@@ -1,21 +1,12 @@
-// A new collection of printers moves the queued jobs of each printer to its new id, and ends those of a
-// printer that went away. The jobs run on the fake spooler, which can hold a job until the test lets it go.
+// A new collection of printers moves the queued jobs of each printer to its new id. The jobs run on the fake spooler, which can hold a job until the test lets it go.
 #include "../profile/service_home.h"
+#include "printer_test_support.h"
 
 #include "service_business/print_manager.h"
 #include "service_business/printer_manager.h"
 
 #include "systemif/print_fake.h"
 
-#include "thread_kill.h"
-
-#include <QByteArray>
-#include <QMap>
-
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
-#include <optional>
 #include <thread>
 
 using namespace service_business;
@@ -24,31 +15,6 @@ using namespace systemif::print;
 using namespace std::chrono_literals;
 
 namespace {
-
-// Outcomes told to job callbacks, from the workers' threads.
-class Outcomes {
-public:
-    std::function<void(bool)> callback(int job)
-    {
-        return [this, job](bool printed) {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            m_told[job] = printed;
-            m_changed.notify_all();
-        };
-    }
-    // The job's outcome; nullopt when none was told within the hang guard.
-    std::optional<bool> waitFor(int job)
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        if (!m_changed.wait_for(lock, 8s, [&] { return m_told.contains(job); })) return std::nullopt;
-        return m_told.value(job);
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    QMap<int, bool> m_told;
-};
 
 class RegistryJobs : public test_support::ServiceHomeTest {
 protected:
@@ -88,7 +54,7 @@ protected:
     }
 
     FakePrintSystem m_fake;
-    Outcomes m_outcomes;
+    printer_test::CallbackLog m_outcomes;
 };
 
 TEST_F(RegistryJobs, QueuedJobFollowsItsPrinterToItsNewId)
@@ -107,27 +73,12 @@ TEST_F(RegistryJobs, QueuedJobFollowsItsPrinterToItsNewId)
     PrintManager::printOrder(moved, QByteArrayLiteral("third"), m_outcomes.callback(3));
 
     m_fake.spooler.cancel("Kitchen", held);
-    EXPECT_EQ(m_outcomes.waitFor(1), std::optional<bool>(false));
-    EXPECT_EQ(m_outcomes.waitFor(2), std::optional<bool>(true)) << "the queued job was dropped with its old id";
-    EXPECT_EQ(m_outcomes.waitFor(3), std::optional<bool>(true));
+    ASSERT_TRUE(m_outcomes.waitForTotal(3, 8s));
+    EXPECT_EQ(m_outcomes.results(1), QList<bool>{false});
+    EXPECT_EQ(m_outcomes.results(2), QList<bool>{true}) << "the queued job was dropped with its old id";
+    EXPECT_EQ(m_outcomes.results(3), QList<bool>{true});
     EXPECT_EQ(m_fake.spooler.printed("Kitchen"),
               (QList<QByteArray>{QByteArray("second", 7), QByteArray("third", 6)}));
-}
-
-TEST_F(RegistryJobs, JobsOfAPrinterThatWentAwayAreToldFalse)
-{
-    SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();  // the busy worker of the printer is killed
-    const PrinterInfo a = stored(QStringLiteral("A"));
-    ASSERT_NE(holdPrinterBusy(a), 0) << "the first job never reached the spooler";
-
-    // The queue now sends where the client cannot print; its jobs stay at the spooler, held.
-    m_fake.spooler.addQueue("A", "POS-58", "file:///dev/null");
-    PrinterManager::updatePrinters(PrinterManager::collectPrinters());
-    ASSERT_EQ(PrinterManager::printerInfoList().size(), 1);
-
-    EXPECT_EQ(m_outcomes.waitFor(2), std::optional<bool>(false));
-    EXPECT_EQ(m_outcomes.waitFor(1), std::optional<bool>(false));
-    EXPECT_TRUE(m_fake.spooler.printed("A").isEmpty());
 }
 
 }  // namespace

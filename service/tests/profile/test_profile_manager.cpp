@@ -73,7 +73,7 @@ protected:
     }
 };
 
-TEST_F(ProfileRegistry, LoadsTheStoredProfilesInIdOrder)
+TEST_F(ProfileRegistry, LoadsTheStoredProfilesInIdOrderAndNoneOfTheMarkers)
 {
     writeFile(appdataPath(QStringLiteral("Settings-App.json")),
               QStringLiteral(R"({"profiles": {"3": {"username": "c"}, "1": {"username": "a"}, "-2": {}, "x": {}}})"));
@@ -83,19 +83,12 @@ TEST_F(ProfileRegistry, LoadsTheStoredProfilesInIdOrder)
 
     EXPECT_EQ(registeredIds(), (QList<int>{1, 3})) << "members that are no positive id are no profile";
     EXPECT_EQ(ProfileManager::profile(3)->name(), QStringLiteral("Congee House"));
-    EXPECT_TRUE(ProfileManager::profileExist(1));
-    EXPECT_FALSE(ProfileManager::isEmpty());
-}
-
-TEST_F(ProfileRegistry, NoneAndDefaultMarkersAreNoProfiles)
-{
-    ASSERT_EQ(addProfile(QStringLiteral("Noodle Bar")), 1);
     for (int marker : {ProfileManager::INDEX_NONE, ProfileManager::INDEX_DEFAULT, 0}) {
         EXPECT_FALSE(ProfileManager::profile(marker)) << marker;
         EXPECT_FALSE(ProfileManager::profileExist(marker)) << marker;
         EXPECT_FALSE(ProfileManager::removeProfile(marker)) << marker;
     }
-    EXPECT_EQ(registeredIds(), QList<int>{1});
+    EXPECT_EQ(registeredIds(), (QList<int>{1, 3}));
 }
 
 TEST_F(ProfileRegistry, AddedProfileIsStoredWithDefaultsAndRegistered)
@@ -112,14 +105,7 @@ TEST_F(ProfileRegistry, AddedProfileIsStoredWithDefaultsAndRegistered)
     EXPECT_EQ(savedProfileIds(), (QStringList{QStringLiteral("1"), QStringLiteral("2")}));
 
     // The window written for a new profile is the default one for the 1280 x 720 screen.
-    JsonDocument runtime;
-    ASSERT_TRUE(runtime.fromFile(appdataPath(QStringLiteral("Profiles/2/Settings-Runtime.json"))));
-    const KeyPath window{QStringLiteral("window_info")};
-    EXPECT_EQ(runtime.getInt(window + QStringList{QStringLiteral("width")}), 1008);
-    EXPECT_EQ(runtime.getInt(window + QStringList{QStringLiteral("height")}), 665);
-    EXPECT_EQ(runtime.getInt(window + QStringList{QStringLiteral("x")}), 136);
-    EXPECT_EQ(runtime.getInt(window + QStringList{QStringLiteral("y")}), 27);
-    EXPECT_EQ(second->userConfig().toJson(), Profile::defaultConfig(2).toJson());
+    EXPECT_EQ(second->windowInfo().toJson(), (WindowInfo{false, 100, 136, 27, 1008, 665}.toJson()));
 }
 
 TEST_F(ProfileRegistry, NewProfileDoesNotInheritALeftoverBrowserCache)

@@ -44,15 +44,6 @@ TEST(Translator, SimplifiesATraditionalName)
     EXPECT_EQ(Translator::toTraditionalChinese(u"刘德华"), u"劉德華");
 }
 
-TEST(Translator, KnowsGb2312HanCharactersAndSymbols)
-{
-    EXPECT_TRUE(Translator::isInGB2312(u'好'));
-    EXPECT_TRUE(Translator::isInGB2312(u'，')) << "full-width comma, a GB2312 symbol";
-    EXPECT_TRUE(Translator::isInGB2312(u'【'));
-    EXPECT_FALSE(Translator::isInGB2312(u'喆'));
-    EXPECT_FALSE(Translator::isInGB2312(u'張')) << "traditional form";
-}
-
 TEST(Translator, SpellsACharacterOutsideGb2312InPinyinWithoutTone)
 {
     EXPECT_EQ(Translator::toPinyin(u'喆'), u"zhe");
@@ -63,9 +54,9 @@ TEST(Translator, SpellsACharacterOutsideGb2312InPinyinWithoutTone)
     EXPECT_EQ(Translator::toPinyin(std::u16string()), u"");
 }
 
-TEST(Translator, PrintableLineKeepsGb2312AndSpellsTheRest)
+TEST(Translator, PrintableLineKeepsGb2312SymbolsAndHanAndSpellsTheRest)
 {
-    EXPECT_EQ(printable(u"王喆，張堃 x2"), u"王zhe，张kun x2");
+    EXPECT_EQ(printable(u"王喆，張堃【x2】"), u"王zhe，张kun【x2】");
 }
 
 TEST(Translator, TraditionalAndBackReturnsEveryPairWhoseCharactersOccurOnce)
