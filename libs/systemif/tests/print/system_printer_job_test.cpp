@@ -94,13 +94,13 @@ protected:
         return false;
     }
 
-    // A worker killed while it waits for a job the spooler holds.
-    std::unique_ptr<Worker> killedWorker()
+    // A worker killed while it waits for the spooler's `job`th job, which the spooler holds.
+    std::unique_ptr<Worker> killedWorker(int job)
     {
         fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
         auto worker = std::make_unique<Worker>("Kitchen", bytes, reports);
         worker->start();
-        EXPECT_TRUE(jobsArrive(1));
+        EXPECT_TRUE(jobsArrive(job));
         worker->terminate();
         EXPECT_TRUE(worker->wait(5000));
         EXPECT_EQ(worker->returned, -1) << "the worker was killed while it waited";
@@ -180,30 +180,23 @@ TEST_F(SystemPrinterJob, JobWhosePrinterIsDeletedWhileItWaitsIsReportedNotDone)
     expectWaitEndsNotDoneWhen([this] { fake.spooler.removeQueue("Kitchen"); });
 }
 
-TEST_F(SystemPrinterJob, KilledWorkersJobIsCancelledAndLeftToTheWatchdogToReport)
+// The watchdog's cancel of a killed worker's job: cancelled while it waits, completed when it printed in the
+// meantime, failed when the spooler cannot be asked; the watchdog reports, never the killed worker.
+TEST_F(SystemPrinterJob, KilledWorkersJobIsCancelledUnlessItPrintedAndLeftToTheWatchdogToReport)
 {
     SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();
-    const auto worker = killedWorker();
-    EXPECT_EQ(worker->slot.cancel(), Outcome::Cancelled);
+    const auto waiting = killedWorker(1);
+    EXPECT_EQ(waiting->slot.cancel(), Outcome::Cancelled);
     EXPECT_EQ(fake.spooler.jobs()[0].state, SpoolerJobState::Failed);
-    EXPECT_TRUE(reports.all().empty());
-}
 
-TEST_F(SystemPrinterJob, KilledWorkersJobThatPrintedBeforeTheCancelIsReportedCompleted)
-{
-    SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();
-    const auto worker = killedWorker();
-    fake.spooler.finishJob(fake.spooler.jobs()[0].id, true);
-    EXPECT_EQ(worker->slot.cancel(), Outcome::Completed);
-    EXPECT_TRUE(reports.all().empty());
-}
+    const auto printed = killedWorker(2);
+    fake.spooler.finishJob(fake.spooler.jobs()[1].id, true);
+    EXPECT_EQ(printed->slot.cancel(), Outcome::Completed);
 
-TEST_F(SystemPrinterJob, CancelTheSpoolerCannotTakeIsReportedAsFailed)
-{
-    SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();
-    const auto worker = killedWorker();
+    const auto unreachable = killedWorker(3);
     fake.spooler.setReachable(false);
-    EXPECT_EQ(worker->slot.cancel(), Outcome::CancelFailed);
+    EXPECT_EQ(unreachable->slot.cancel(), Outcome::CancelFailed);
+    EXPECT_TRUE(reports.all().empty());
 }
 
 TEST_F(SystemPrinterJob, CancelWhileTheWorkerStillWaitsSilencesTheWorker)
