@@ -75,8 +75,8 @@ void expectReadsBack(const char* json)
 }
 
 TEST(RecordRead, EveryRecordReadsEveryMember)
-    // A printer type outside the listed values (9) survives the reading.
 {
+    // A printer type outside the listed values (9) survives the reading.
     expectReadsBack<PrinterInfo>("{\"id\":7,\"name\":\"XP-58\",\"model\":\"m\",\"width\":\"58mm\",\"connectionType\":\"usb\","
                                  "\"portName\":\"USB001\",\"hostAddress\":\"h\",\"port\":\"1\",\"connected\":true,\"type\":9}");
     expectReadsBack<PrinterSettings>("{\"width\":\"80mm\",\"copiesCountOfOrder\":2,\"copiesCountOfDineOrder\":3,"
