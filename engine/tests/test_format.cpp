@@ -130,7 +130,6 @@ TEST_F(FormatEntry, ZeroCopiesSucceedWithAnEmptyReceiptThatNeedsNoFreeing)
 
 TEST_F(FormatEntry, DescribesItsCodes)
 {
-    EXPECT_STREQ(engine_error_text(ENGINE_ERROR_PAPER_WIDTH), "paper width is not 58mm or 80mm");
     EXPECT_STREQ(engine_error_text(ENGINE_ERROR_ORDER_JSON), "order JSON does not parse");
     EXPECT_STREQ(engine_error_text(-999), "unknown error");
 }

@@ -20,6 +20,11 @@ struct GoldenCase {
     std::string name, entry, restaurant, input, settings;
 };
 
+void PrintTo(const GoldenCase& golden, std::ostream* out)
+{
+    *out << golden.name;
+}
+
 std::vector<GoldenCase> loadCases()
 {
     std::vector<GoldenCase> cases;
@@ -45,42 +50,27 @@ const std::vector<GoldenCase>& allCases()
     return cases;
 }
 
-std::vector<std::string> caseNames()
-{
-    std::vector<std::string> names;
-    for (const GoldenCase& c : allCases())
-        names.push_back(c.name);
-    return names;
-}
-
-class GoldenReceipt : public ::testing::TestWithParam<std::string> {
+class GoldenReceipt : public ::testing::TestWithParam<GoldenCase> {
 protected:
     static void SetUpTestSuite() { setTimeZone("Asia/Shanghai"); }
 };
 
 TEST_P(GoldenReceipt, MatchesTheReviewedBytes)
 {
-    const GoldenCase* golden = nullptr;
-    for (const GoldenCase& c : allCases())
-        golden = c.name == GetParam() ? &c : golden;
-    ASSERT_NE(golden, nullptr);
+    const GoldenCase* golden = &GetParam();
     const std::string restaurant = readText(kGolden + "/inputs/" + golden->restaurant);
     const std::string input = readText(kGolden + "/inputs/" + golden->input);
     ASSERT_FALSE(restaurant.empty());
     ASSERT_FALSE(input.empty());
 
     Receipt receipt;
-    EngineError code = ENGINE_ERROR_INVALID_INPUT;
-    if (golden->entry == "online")
-        code = format_online_order(&receipt.data, &receipt.length, restaurant.c_str(), input.c_str(),
-                                   golden->settings.c_str());
-    else if (golden->entry == "local")
-        code = format_local_order(&receipt.data, &receipt.length, restaurant.c_str(), input.c_str(),
-                                  golden->settings.c_str());
-    else if (golden->entry == "summary")
-        code =
-            format_summary(&receipt.data, &receipt.length, restaurant.c_str(), input.c_str(), golden->settings.c_str());
-    ASSERT_EQ(code, ENGINE_OK);
+    const auto format = golden->entry == "online" ? format_online_order
+                        : golden->entry == "local"   ? format_local_order
+                        : golden->entry == "summary" ? format_summary
+                                                     : nullptr;
+    ASSERT_NE(format, nullptr) << "unknown entry " << golden->entry;
+    ASSERT_EQ(format(&receipt.data, &receipt.length, restaurant.c_str(), input.c_str(), golden->settings.c_str()),
+              ENGINE_OK);
 
     const std::string expectedPath = kGolden + "/expected/" + golden->name + ".bin";
     const Bytes actual = receipt.bytes();
@@ -95,8 +85,8 @@ TEST_P(GoldenReceipt, MatchesTheReviewedBytes)
     EXPECT_BYTES(Bytes(expected.begin(), expected.end()), actual);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, GoldenReceipt, ::testing::ValuesIn(caseNames()),
-                         [](const ::testing::TestParamInfo<std::string>& info) { return info.param; });
+INSTANTIATE_TEST_SUITE_P(Cases, GoldenReceipt, ::testing::ValuesIn(allCases()),
+                         [](const ::testing::TestParamInfo<GoldenCase>& info) { return info.param.name; });
 
 TEST(GoldenCases, CoverEveryEntryPaperAndCopyCount)
 {

@@ -92,22 +92,6 @@ TEST_F(AllocationRegistry, CopyOfNothingLeavesTheDestination)
     EXPECT_EQ(bytes, nullptr);
 }
 
-TEST(PaperWidth, NamesExactlyTwoPapersAndTwoStyles)
-{
-    const struct {
-        const char* name;
-        int chars;
-    } table[] = {{"58mm", 32}, {"80mm", 48}, {"58MM", -1}, {"58mm ", -1}, {"", -1}, {nullptr, -1}};
-    for (const auto& row : table)
-        EXPECT_EQ(paper_width_chars(row.name), row.chars) << (row.name ? row.name : "(null)");
-    EXPECT_TRUE(is_valid_width("80mm"));
-    EXPECT_FALSE(is_valid_width("A4"));
-    EXPECT_TRUE(is_valid_style("normal"));
-    EXPECT_TRUE(is_valid_style("small"));
-    EXPECT_FALSE(is_valid_style("large"));
-    EXPECT_FALSE(is_valid_style(nullptr));
-}
-
 std::string money(float value, int force = 0)
 {
     char text[ENGINE_MONEY_TEXT_SIZE];

@@ -142,13 +142,4 @@ TEST_F(BusCommand, BrokerOnATakenPortIsOneLine)
         result, 1, QStringLiteral("bus broker: cannot listen on %1: Address already in use").arg(endpoint(taken))));
 }
 
-TEST_F(BusCommand, CommandLineMistakesAreUsageErrors)
-{
-    EXPECT_TRUE(usageError(run({"bus"}), "bus", "no action given"));
-    EXPECT_TRUE(usageError(run({"bus", "publish"}), "bus", "unknown action \"publish\""));
-    EXPECT_TRUE(usageError(run({"bus", "listen"}), "bus", "\"listen\" takes one TOPIC"));
-    EXPECT_TRUE(
-        usageError(run({"bus", "listen", "1", "--count", "0"}), "bus", "--count must be a whole number from 1"));
-}
-
 }  // namespace

@@ -3,8 +3,6 @@
 
 #include "tool_run.h"
 
-#include <QImage>
-
 using namespace cli_test;
 
 namespace {
@@ -36,17 +34,6 @@ TEST_F(FormatCommand, DropsPrinterCommandsTypedIntoACustomerText)
     EXPECT_FALSE(dump.out.contains("[DRAWER]"));
 }
 
-TEST_F(FormatCommand, PreviewDrawsThePaperOfTheReceiptWidth)
-{
-    const ToolRun alone = run({"format", "dine", "--preview", homePath("dine.png")});
-    ASSERT_TRUE(succeeds(alone));
-    EXPECT_TRUE(alone.out.isEmpty());  // a preview alone writes no bytes
-    ASSERT_TRUE(succeeds(run({"format", "summary", "--width", "80", "--preview", homePath("summary.png")})));
-    // 384 and 576 printer dots, with a 16-dot margin on each side.
-    EXPECT_EQ(QImage(homePath("dine.png")).width(), 416);
-    EXPECT_EQ(QImage(homePath("summary.png")).width(), 608);
-}
-
 TEST_F(FormatCommand, MissingFileAndInvalidJsonAreOneLineEach)
 {
     const QString path = homePath("no_such_order.json");
@@ -65,17 +52,6 @@ TEST_F(FormatCommand, InputTheFormatterRefusesIsNamedByTheEngineCode)
                           "sbtool: format failed: -331 (paper width is not 58mm or 80mm)"));
     EXPECT_TRUE(failsWith(run({"format", "--restaurant", homePath("a4.json")}), 1,
                           "sbtool: format failed: -2 (missing input or incomplete document)"));
-}
-
-TEST_F(FormatCommand, CommandLineMistakesAreUsageErrors)
-{
-    EXPECT_TRUE(usageError(run({"format", "--width", "72"}), "format", "--width must be 58 or 80"));
-    EXPECT_TRUE(
-        usageError(run({"format", "--copies", "-1"}), "format", "--copies must be a whole number of 0 or more"));
-    EXPECT_TRUE(usageError(run({"format", "takeaway"}), "format", "unknown kind \"takeaway\""));
-    EXPECT_TRUE(usageError(run({"format", "summary", "--copies", "2"}), "format",
-                           "the summary always prints one copy; --copies does not apply"));
-    EXPECT_TRUE(usageError(run({"format", "dine", "extra"}), "format", "unexpected argument \"extra\""));
 }
 
 }  // namespace

@@ -53,14 +53,4 @@ TEST_F(PreviewCommand, FileThatCannotBeDrawnIsOneLine)
                           QStringLiteral("sbtool: cannot read %1: No such file or directory").arg(missing)));
 }
 
-TEST_F(PreviewCommand, CommandLineMistakesAreUsageErrors)
-{
-    const QString file = homePath("dine.bin");
-    EXPECT_TRUE(usageError(run({"preview", file}), "preview", "-o OUT.png is required"));
-    EXPECT_TRUE(usageError(run({"preview", file, "-o", "x.png", "--width", "58mm"}), "preview",
-                           "--width must be 58 or 80"));
-    EXPECT_TRUE(usageError(run({"preview", file, "-o", "x.png", "--scale", "4"}), "preview",
-                           "--scale must be a whole number from 1 to 3"));
-}
-
 }  // namespace

@@ -131,12 +131,4 @@ TEST_F(WithoutCups, EveryCommandThatPrintsSaysCupsIsNotRunning)
     EXPECT_TRUE(failsWith(run({"printers"}, noScheduler()), 1, line));
 }
 
-TEST_F(WithoutCups, CommandLineMistakesAreUsageErrors)
-{
-    EXPECT_TRUE(usageError(run({"print", "r.bin"}), "print", "--printer NAME is required"));
-    EXPECT_TRUE(usageError(run({"print", "--printer", "Kitchen"}), "print", "no FILE to print"));
-    EXPECT_TRUE(usageError(run({"print", "--printer"}), "print", "--printer needs a value"));
-    EXPECT_TRUE(usageError(run({"printers", "--all"}), "printers", "unexpected argument \"--all\""));
-}
-
 }  // namespace

@@ -62,13 +62,4 @@ TEST_F(ProfilesCommand, UnknownProfileOrDamagedSettingsAreOneLineAndLeaveTheFile
     EXPECT_FALSE(QFileInfo::exists(dataPath("Profiles/1")));
 }
 
-TEST_F(ProfilesCommand, CommandLineMistakesAreUsageErrors)
-{
-    EXPECT_TRUE(usageError(run({"profiles"}), "profiles", "no action given"));
-    EXPECT_TRUE(usageError(run({"profiles", "rename"}), "profiles", "unknown action \"rename\""));
-    EXPECT_TRUE(usageError(run({"profiles", "add"}), "profiles", "\"add\" takes one USER"));
-    EXPECT_TRUE(usageError(run({"profiles", "add", ""}), "profiles", "the user name is empty"));
-    EXPECT_TRUE(usageError(run({"profiles", "remove", "first"}), "profiles", "a profile id is a whole number from 1"));
-}
-
 }  // namespace

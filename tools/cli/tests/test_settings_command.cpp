@@ -115,13 +115,4 @@ TEST_F(SettingsCommand, EnvRefusesMissingKeysAndDamagedSettingsAndLeavesThemAlon
     EXPECT_EQ(fileBytes(dataPath("Settings-Env.json")), "{\"apiServer\": ");
 }
 
-TEST_F(SettingsCommand, CommandLineMistakesAreUsageErrors)
-{
-    EXPECT_TRUE(usageError(run({"settings"}), "settings", "no action given"));
-    EXPECT_TRUE(usageError(run({"settings", "repair"}), "settings", "unknown action \"repair\""));
-    EXPECT_TRUE(usageError(run({"settings", "env"}), "settings", "\"env\" is followed by get or set"));
-    EXPECT_TRUE(usageError(run({"settings", "env", "set", "key"}), "settings", "\"env set\" takes a KEY and a VALUE"));
-    EXPECT_FALSE(QFileInfo::exists(dataPath(QString())));
-}
-
 }  // namespace

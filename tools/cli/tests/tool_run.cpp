@@ -48,18 +48,14 @@ ToolRun ToolTest::run(const QStringList& args, const QMap<QString, QString>& env
 
 QProcess* ToolTest::start(const QStringList& args, const QMap<QString, QString>& env)
 {
-    m_background.push_back(std::make_unique<QProcess>());
-    QProcess* process = m_background.back().get();
-    process->setProcessEnvironment(environment(env));
-    process->start(QStringLiteral(SBTOOL), args);
-    return process->waitForStarted(10000) ? process : nullptr;
+    return startProgram(QStringLiteral(SBTOOL), args, env);
 }
 
-QProcess* ToolTest::startProgram(const QString& program, const QStringList& args)
+QProcess* ToolTest::startProgram(const QString& program, const QStringList& args, const QMap<QString, QString>& env)
 {
     m_background.push_back(std::make_unique<QProcess>());
     QProcess* process = m_background.back().get();
-    process->setProcessEnvironment(environment({}));
+    process->setProcessEnvironment(environment(env));
     process->start(program, args);
     return process->waitForStarted(10000) ? process : nullptr;
 }

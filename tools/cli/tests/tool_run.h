@@ -34,7 +34,7 @@ protected:
     // The same, started in the background; null when it did not start.
     QProcess* start(const QStringList& args, const QMap<QString, QString>& env = {});
     // A program of ours other than sbtool, started in the background like start().
-    QProcess* startProgram(const QString& program, const QStringList& args);
+    QProcess* startProgram(const QString& program, const QStringList& args, const QMap<QString, QString>& env = {});
     // Paths below the home, and below its application-data directory ("data").
     QString homePath(const QString& relative) const;
     QString dataPath(const QString& relative) const;

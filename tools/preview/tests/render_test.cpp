@@ -143,17 +143,5 @@ TEST(RenderToPng, WritesAPictureThatReadsBackOrReportsThePath) {
     EXPECT_FALSE(QFile::exists("/tmp/never-written.png"));
 }
 
-TEST(OptionNames, ReadPaperAndEncodingNames) {
-    Paper paper = Paper::Mm58;
-    EXPECT_TRUE(paperFromName("80mm", &paper) && paper == Paper::Mm80);
-    EXPECT_TRUE(paperFromName("58", &paper) && paper == Paper::Mm58);
-    EXPECT_FALSE(paperFromName("76mm", &paper));
-    Encoding encoding = Encoding::Auto;
-    EXPECT_TRUE(encodingFromName("GB18030", &encoding) && encoding == Encoding::Gb18030);
-    EXPECT_TRUE(encodingFromName("utf-8", &encoding) && encoding == Encoding::Utf8);
-    EXPECT_TRUE(encodingFromName("Auto", &encoding) && encoding == Encoding::Auto);
-    EXPECT_FALSE(encodingFromName("latin1", &encoding));
-}
-
 } // namespace
 } // namespace receipt_preview
