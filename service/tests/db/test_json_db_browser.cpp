@@ -79,12 +79,8 @@ TEST_F(SettingsReads, PrefersAppFileUrlsAndFallsBackToBasis)
     EXPECT_EQ(browser()->apiUrl(QStringLiteral("orders")), QString());
 }
 
-TEST_F(SettingsReads, ListsTonesProxiesAndResourcesInFileOrder)
+TEST_F(SettingsReads, ListsProxiesAndResourcesInFileOrder)
 {
-    const QList<ToneInfo> tones = browser()->allTones();
-    ASSERT_EQ(tones.size(), 2);
-    EXPECT_EQ(tones[1].file, QStringLiteral("tones/chime.wav"));
-
     const QList<ProxyServerInfo> proxies = browser()->proxyServersInfo();
     ASSERT_EQ(proxies.size(), 2);
     EXPECT_EQ(proxies[0].address, QStringLiteral("p1.example"));

@@ -135,22 +135,6 @@ TEST_F(SettingsWrites, SavesEnvFileByKey)
     EXPECT_EQ(readFile(QStringLiteral("Settings-Env.json")), QStringLiteral("{\n    \"a\": \"3\",\n    \"b\": \"2\"\n}\n"));
 }
 
-TEST_F(SettingsWrites, SavesPrinterWritesToTheAppFile)
-{
-    PrinterInfo printer;
-    printer.id = 5;
-    printer.name = QStringLiteral("Bar");
-    printer.width = QStringLiteral("80mm");
-    ASSERT_TRUE(updater()->addPrinter(printer));
-    EXPECT_EQ(onDisk(app(), {"print", "printers", "5"}), JsonDocument(printer.toJson()).toString());
-
-    ASSERT_TRUE(updater()->updatePrinterWidth(3, QStringLiteral("80mm")));
-    EXPECT_EQ(onDisk(app(), {"print", "printers", "3", "width"}), QStringLiteral("\"80mm\""));
-
-    ASSERT_TRUE(updater()->removePrinter(5));
-    EXPECT_EQ(onDisk(app(), {"print", "printers", "5"}), QString());
-}
-
 TEST_F(SettingsWrites, RefusesWritesForPrintersOrProfilesThatAreNotThereAndTextThatDoesNotParse)
 {
     EXPECT_FALSE(updater()->updatePrinterWidth(8, QStringLiteral("80mm")));
@@ -259,11 +243,9 @@ TEST_F(SettingsWrites, LogsEveryWriteWithItsQualifiedNameAndArguments)
     };
     const QList<Case> cases = {
         {"addPrinter", [&] { updater()->addPrinter(printer); }, printer.toJson()},
-        {"updatePrinterWidth", [&] { updater()->updatePrinterWidth(6, QStringLiteral("80mm")); }, "6, 80mm"},
         {"updatePrintCopies", [&] { updater()->updatePrintCopies(1, 6, copies); }, "1, 6, " + copies.toJson()},
         {"setPrinterSettingsMode",
          [&] { updater()->setPrinterSettingsMode(1, utility_enum::PRINTER_SETTINGS_ADVANCE); }, "1, 1"},
-        {"setEnvSettings", [&] { updater()->setEnvSettings(QStringLiteral("k"), QStringLiteral("v")); }, "k, v"},
         {"addProfile", [&] { updater()->addProfile(info); }, info.toJson()},
         {"reloadBasisSetting", [&] { updater()->reloadBasisSetting(); }, ""},
     };
