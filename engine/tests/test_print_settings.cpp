@@ -78,22 +78,4 @@ TEST(PrintSettingsReader, NeedsARecordAddressAndAnObject)
     EXPECT_EQ(summary, nullptr);
 }
 
-TEST(SummaryPrintSettingsReader, ReadsWidthAndCopiesAndAlwaysFeedsFiveLines)
-{
-    Json ok = parse(R"({"number_of_copies":1,"width":"80mm","style":"large"})");
-    EngineSummaryPrintSettings* record = nullptr;
-    ASSERT_EQ(read_summary_print_settings(&record, ok.get()), ENGINE_OK);  // style is not its business
-    EXPECT_STREQ(record->width, "80mm");
-    EXPECT_EQ(record->number_of_copies, 1);
-    EXPECT_EQ(record->feed_lines, 5);
-    free_summary_print_settings(&record);
-    EXPECT_EQ(record, nullptr);
-
-    Json bad = parse(R"({"width":"A4","number_of_copies":3})");
-    ASSERT_EQ(read_summary_print_settings(&record, bad.get()), ENGINE_ERROR_PAPER_WIDTH);
-    EXPECT_EQ(record->number_of_copies, 0);  // the walk stopped at the width
-    EXPECT_EQ(record->feed_lines, 5);
-    free_summary_print_settings(&record);
-}
-
 }  // namespace

@@ -35,14 +35,8 @@ TEST(SummaryParser, LaterItemsAndDigestReplaceEarlierOnes)
     EXPECT_EQ(p.document->summary->digest->orderCount, 0);
 }
 
-TEST(SummaryParser, ReportsEachTextAndEachReader)
+TEST(SummaryParser, EachSectionReaderAndTheLayoutNameWhatTheyMissed)
 {
-    SummaryDocument* document = nullptr;
-    EXPECT_EQ(parse_summary(&document, "{", "{}", kSummarySettings58), ENGINE_ERROR_RESTAURANT_JSON);
-    EXPECT_EQ(parse_summary(&document, kRestaurant, "{]", kSummarySettings58), ENGINE_ERROR_SUMMARY_JSON);
-    EXPECT_EQ(parse_summary(&document, kRestaurant, "{}", ""), ENGINE_ERROR_SETTINGS_JSON);
-    EXPECT_EQ(parse_summary(&document, kRestaurant, nullptr, kSummarySettings58), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(document, nullptr);
     Summary* summary = nullptr;
     SummaryDigest* digest = nullptr;
     SummaryOrder* orders = nullptr;

@@ -73,25 +73,6 @@ TEST_F(AllocationRegistry, UntrackingAnyOtherRecordKeepsTheRest)
     std::free(last);
 }
 
-TEST_F(AllocationRegistry, CopyOfNothingLeavesTheDestination)
-{
-    char* text = nullptr;
-    ASSERT_EQ(engine_strdup(&text, "kept"), 1);
-    EXPECT_EQ(engine_strdup(&text, nullptr), 0);
-    EXPECT_STREQ(text, "kept");
-    // A new copy replaces (and releases) the old one; the old one was the oldest record, so releasing it
-    // empties the registry.
-    ASSERT_EQ(engine_strdup(&text, "new"), 1);
-    EXPECT_STREQ(text, "new");
-    EXPECT_EQ(engine_registry_count(), 0u);
-    engine_release(text);
-
-    uint8_t* bytes = nullptr;
-    EXPECT_EQ(engine_memdup(&bytes, 0, "abc"), 0);
-    EXPECT_EQ(engine_memdup(&bytes, 3, nullptr), 0);
-    EXPECT_EQ(bytes, nullptr);
-}
-
 std::string money(float value, int force = 0)
 {
     char text[ENGINE_MONEY_TEXT_SIZE];
