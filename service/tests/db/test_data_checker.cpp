@@ -21,7 +21,7 @@ using DataChecker = StoreTest;
 
 TEST_F(DataChecker, RestoresMissingOrUnparsableAppFileFromPackageAndDropsProfiles)
 {
-    for (const QString broken : {QString(), QStringLiteral("{\"profiles\": {\"1\": ")}) {
+    for (const QString& broken : {QString(), QStringLiteral("{\"profiles\": {\"1\": ")}) {
         service_business::json_db::resetJsonDBForTests();
         writeFactoryFiles();
         if (broken.isNull())

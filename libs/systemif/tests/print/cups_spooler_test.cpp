@@ -132,7 +132,9 @@ protected:
     {
         Worker worker("Kitchen", bytes);
         worker.start();
-        if (waitForConnection) ASSERT_TRUE(m_printer->waitForConnections(1, 20s));
+        if (waitForConnection) {
+            ASSERT_TRUE(m_printer->waitForConnections(1, 20s));
+        }
         ASSERT_TRUE(waitForJobState(1, kIppJobProcessing)) << "the backend keeps trying to connect";
         worker.terminate();
         ASSERT_TRUE(worker.wait(10000));
