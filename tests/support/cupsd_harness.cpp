@@ -60,8 +60,7 @@ QString CupsdHarness::unavailableReason()
 
 QString CupsdHarness::socketUri(int port)
 {
-    // The "/" before the options is needed: the scheduler rejects "host:port?options".
-    return QStringLiteral("socket://127.0.0.1:%1/?waiteof=false").arg(port);
+    return QStringLiteral("socket://127.0.0.1:%1").arg(port);
 }
 
 CupsdHarness::CupsdHarness() = default;
@@ -192,6 +191,16 @@ void CupsdHarness::stop()
     else
         qunsetenv("CUPS_SERVER");
     cupsSetServer(nullptr);
+}
+
+bool CupsdHarness::freeze()
+{
+    return m_running && ::kill(static_cast<pid_t>(m_cupsd.processId()), SIGSTOP) == 0;
+}
+
+bool CupsdHarness::thaw()
+{
+    return m_running && ::kill(static_cast<pid_t>(m_cupsd.processId()), SIGCONT) == 0;
 }
 
 bool CupsdHarness::runTool(const QString& program, const QStringList& arguments)

@@ -8,8 +8,8 @@
 //   ASSERT_TRUE(cups.addRawQueue("Kitchen", CupsdHarness::socketUri(printer.port())));
 //
 // While it runs, CUPS_SERVER names its socket, so every CUPS client of the process (and of the programs it
-// starts) talks to it. Queues are raw: jobs reach the device byte for byte. The socket backend normally
-// waits up to 90 s after the data for the printer to close the connection; socketUri asks it not to wait.
+// starts) talks to it. Queues are raw: jobs reach the device byte for byte. The socket backend waits after
+// the data for the printer to close the connection, which is how a job is known to have been taken.
 // Works as root (cupsd runs its backends as the "lp" user, so the directory is made world-readable).
 
 #include <QProcess>
@@ -31,8 +31,7 @@ class CupsdHarness {
 public:
     // Why the harness cannot run on this machine ("cupsd not found"); empty when it can.
     static QString unavailableReason();
-    // The device URI of a raw socket printer on 127.0.0.1:port that does not wait for the printer to
-    // close the connection after the data.
+    // The device URI of a raw socket printer on 127.0.0.1:port.
     static QString socketUri(int port);
 
     CupsdHarness();
@@ -46,6 +45,9 @@ public:
     bool start();
     // Stops cupsd (SIGTERM, then SIGKILL after a grace period) and restores CUPS_SERVER.
     void stop();
+    // Freezes cupsd (SIGSTOP), as a scheduler that stops answering, and lets it go on (SIGCONT).
+    bool freeze();
+    bool thaw();
 
     QString dir() const;
     QString socketPath() const;

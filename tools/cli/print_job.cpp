@@ -5,10 +5,11 @@
 #include "service_business/print_manager.h"
 #include "service_business/printer.h"
 #include "systemif/print.h"
-#include "utility_business/log.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <csignal>
 #include <condition_variable>
 #include <cstdio>
 #include <memory>
@@ -18,58 +19,60 @@ namespace sbtool {
 namespace {
 
 using namespace std::chrono;
+using service_business::PrintJobWatch;
 using service_business::PrintManager;
+using service_business::PrintResult;
+using systemif::print::JobOutcome;
 using service_business::Printer;
 using systemif::print::PRINTER_INFO_2W;
 using systemif::print::PrintServics;
 using utility_business::PrinterInfo;
 namespace utility_enum = utility_business::utility_enum;
 
-// The print watchdog ends a job after ten seconds and looks once a second; an outcome that has not come
-// long after that never will.
-constexpr seconds kJobLimit{10};
+// The print watchdog gives a job up after ten seconds and looks once a second, and a given-up job's
+// outcome follows within a second; an outcome that has not come long after that never will.
 constexpr seconds kGiveUp{30};
 constexpr seconds kProgressEvery{2};
 
-// What became of the job. Print dispatch tells only the outcome; that the worker has taken the job and
-// hands it to the spooler shows in the service's log records.
-class JobProgress : public utility_business::log::Sink {
+// A job's progress, as print dispatch tells it.
+class JobProgress {
 public:
     struct State {
-        bool sent = false;
+        int spoolerJob = 0;  // set once the job is at CUPS
         bool finished = false;
-        bool printed = false;
+        PrintResult result;
         steady_clock::time_point sentAt;
     };
 
-    void write(const utility_business::log::Record& record) override
+    PrintJobWatch watch(const std::shared_ptr<JobProgress>& self)
     {
-        if (record.unit != "src/printer/printer" || record.type != "function" ||
-            record.text.find("Printer::printDocBySysPrinter") == std::string::npos)
-            return;
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_state.sent = true;
-        m_state.sentAt = steady_clock::now();
-        m_changed.notify_all();
+        PrintJobWatch watch;
+        watch.handedOver = [self](int jobId) {
+            std::lock_guard<std::mutex> lock(self->m_mutex);
+            self->m_state.spoolerJob = jobId;
+            self->m_state.sentAt = steady_clock::now();
+            self->m_changed.notify_all();
+        };
+        watch.done = [self](const PrintResult& result) {
+            std::lock_guard<std::mutex> lock(self->m_mutex);
+            self->m_state.finished = true;
+            self->m_state.result = result;
+            self->m_changed.notify_all();
+        };
+        return watch;
     }
 
-    void finish(bool printed)
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_state.finished = true;
-        m_state.printed = printed;
-        m_changed.notify_all();
-    }
-
-    // The state once it differs from `seen`, or as it is when `until` comes.
+    // The state once it differs from `seen`, or as it is when `until` comes or a signal arrives.
     State waitForChange(const State& seen, steady_clock::time_point until)
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         m_changed.wait_until(lock, until, [&] {
-            return m_state.sent != seen.sent || m_state.finished != seen.finished;
+            return m_state.spoolerJob != seen.spoolerJob || m_state.finished != seen.finished || g_stopSignal != 0;
         });
         return m_state;
     }
+
+    static volatile std::sig_atomic_t g_stopSignal;
 
 private:
     std::mutex m_mutex;
@@ -77,19 +80,33 @@ private:
     State m_state;
 };
 
-// Keeps the progress sink registered while the job is watched.
-class SinkRegistration {
+volatile std::sig_atomic_t JobProgress::g_stopSignal = 0;
+
+// Ctrl-C and SIGTERM cancel the job rather than end the tool: a job left at CUPS would print later. The
+// handler only notes the signal; the waiting loop looks at it every kSignalLook.
+constexpr milliseconds kSignalLook{100};
+
+class StopSignals {
 public:
-    explicit SinkRegistration(std::shared_ptr<JobProgress> sink) : m_sink(std::move(sink))
+    StopSignals()
     {
-        utility_business::log::addSink(m_sink);
+        struct sigaction action {};
+        action.sa_handler = [](int signal) { JobProgress::g_stopSignal = signal; };
+        sigemptyset(&action.sa_mask);
+        sigaction(SIGINT, &action, &m_previousInt);
+        sigaction(SIGTERM, &action, &m_previousTerm);
     }
-    ~SinkRegistration() { utility_business::log::removeSink(m_sink); }
-    SinkRegistration(const SinkRegistration&) = delete;
-    SinkRegistration& operator=(const SinkRegistration&) = delete;
+    ~StopSignals()
+    {
+        sigaction(SIGINT, &m_previousInt, nullptr);
+        sigaction(SIGTERM, &m_previousTerm, nullptr);
+    }
+    StopSignals(const StopSignals&) = delete;
+    StopSignals& operator=(const StopSignals&) = delete;
 
 private:
-    std::shared_ptr<JobProgress> m_sink;
+    struct sigaction m_previousInt {};
+    struct sigaction m_previousTerm {};
 };
 
 void say(const QString& printer, const QString& state)
@@ -140,6 +157,19 @@ bool cupsAnswers(QString* error)
     return answered;
 }
 
+QString sentText(int spoolerJob)
+{
+    return QStringLiteral("sent as CUPS job %1").arg(spoolerJob);
+}
+
+// The line of a job that did not print, by what may still come of it.
+int failJob(const QString& printerName, const PrintResult& result)
+{
+    if (result.outcome == JobOutcome::Unconfirmed)
+        return fail(QStringLiteral("%1: sent to the printer but not confirmed: %2").arg(printerName, result.reason));
+    return fail(QStringLiteral("%1: failed: %2").arg(printerName, result.reason));
+}
+
 int printReceipt(const QString& printerName, const QByteArray& receipt)
 {
     PrinterInfo printer;
@@ -148,34 +178,47 @@ int printReceipt(const QString& printerName, const QByteArray& receipt)
         return fail(error);
 
     auto progress = std::make_shared<JobProgress>();
-    SinkRegistration registration(progress);
+    StopSignals stopSignals;
     const steady_clock::time_point queuedAt = steady_clock::now();
-    PrintManager::printOrder(printer, receipt, [progress](bool printed) { progress->finish(printed); });
+    const quint64 job = PrintManager::submit(printer, receipt, progress->watch(progress));
     say(printerName, QStringLiteral("queued"));
 
     JobProgress::State shown;
+    bool cancelled = false;
     steady_clock::time_point nextProgress = queuedAt + kProgressEvery;
+    steady_clock::time_point giveUpAt = queuedAt + kGiveUp;
     for (;;) {
-        const JobProgress::State now = progress->waitForChange(shown, std::min(nextProgress, queuedAt + kGiveUp));
-        if (now.sent && !shown.sent) {
-            say(printerName, QStringLiteral("sent"));
+        const JobProgress::State now =
+            progress->waitForChange(shown, std::min({nextProgress, giveUpAt, steady_clock::now() + kSignalLook}));
+        if (now.spoolerJob != shown.spoolerJob) {
+            say(printerName, sentText(now.spoolerJob));
             nextProgress = now.sentAt + kProgressEvery;
         }
         if (now.finished) {
-            if (now.printed) {
+            if (cancelled && now.result.outcome == JobOutcome::Failed)
+                return fail(QStringLiteral("%1: cancelled; CUPS job %2 will not print")
+                                .arg(printerName)
+                                .arg(now.result.spoolerJobId));
+            if (now.result.outcome == JobOutcome::Printed) {
                 say(printerName, QStringLiteral("printed"));
                 return ExitOk;
             }
-            if (now.sent && steady_clock::now() - now.sentAt >= kJobLimit)
-                return fail(QStringLiteral("%1: failed after the 10-second limit").arg(printerName));
-            return fail(QStringLiteral("%1: failed: CUPS did not print the job").arg(printerName));
+            return failJob(printerName, now.result);
+        }
+        if (JobProgress::g_stopSignal != 0) {
+            JobProgress::g_stopSignal = 0;
+            cancelled = true;
+            PrintManager::cancel(job);
+            giveUpAt = steady_clock::now() + kGiveUp;
+            continue;
         }
         const steady_clock::time_point at = steady_clock::now();
-        if (at >= queuedAt + kGiveUp)
+        if (at >= giveUpAt)
             return fail(QStringLiteral("%1: no outcome after %2 s").arg(printerName).arg(kGiveUp.count()));
         if (at >= nextProgress) {
-            const long long waited = duration_cast<seconds>(at - (now.sent ? now.sentAt : queuedAt)).count();
-            const QLatin1String state(now.sent ? "sent" : "queued");
+            const bool sent = now.spoolerJob != 0;
+            const long long waited = duration_cast<seconds>(at - (sent ? now.sentAt : queuedAt)).count();
+            const QString state = sent ? sentText(now.spoolerJob) : QStringLiteral("queued");
             say(printerName, QStringLiteral("%1, waiting %2 s").arg(state).arg(waited));
             nextProgress += kProgressEvery;
         }

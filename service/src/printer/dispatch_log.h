@@ -2,10 +2,7 @@
 //
 //  Not part of the library's interface: shared inside service_business and with its tests only.
 //
-// The log records of print dispatch (manager, workers and watchdog), all under one source unit. Workers
-// may be killed at any time, so a record is written with termination held off.
-
-#include "printer/termination_scope.h"
+// The log records of print dispatch (manager, workers and watchdog), all under one source unit.
 
 #include "utility_business/log.h"
 
@@ -18,7 +15,6 @@ constexpr const char* kUnit = "src/printer/print_manager";
 template <typename... Arguments>
 void entry(int line, const char* function, const Arguments&... arguments)
 {
-    TerminationScope holdOff(TerminationScope::HoldOff);
     utility_business::log::NormalLog record("function", kUnit, line);
     record << "name:\t" << function << "\narguments:\t";
     ((record << arguments), ...);
@@ -27,7 +23,6 @@ void entry(int line, const char* function, const Arguments&... arguments)
 template <typename... Parts>
 void message(int line, const Parts&... parts)
 {
-    TerminationScope holdOff(TerminationScope::HoldOff);
     utility_business::log::NormalLog record("message", kUnit, line);
     ((record << parts), ...);
 }

@@ -1,7 +1,6 @@
 #include "printer/print_thread.h"
 
 #include "printer/dispatch_log.h"
-#include "printer/termination_scope.h"
 #include "service_business/printer.h"
 
 #include <QString>
@@ -11,6 +10,7 @@
 namespace service_business {
 
 using namespace utility_business;
+using systemif::print::JobOutcome;
 using systemif::print::PrintJobSlot;
 
 namespace {
@@ -25,13 +25,52 @@ qint64 monotonicMs()
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
+const char* outcomeText(JobOutcome outcome)
+{
+    switch (outcome) {
+    case JobOutcome::Printed: return "printed";
+    case JobOutcome::Failed: return "failed";
+    case JobOutcome::Unconfirmed: break;
+    }
+    return "sent to the printer but not confirmed";
+}
+
+// The outcome of a write to a USB device: a write that failed after it began may have printed a part.
+PrintJobSlot::Report deviceReport(bool written, const PrintJobSlot& slot)
+{
+    PrintJobSlot::Report report;
+    if (written) {
+        report.outcome = JobOutcome::Printed;
+        report.reason = QStringLiteral("the printer took the whole job");
+    } else if (slot.begunWriting()) {
+        report.outcome = JobOutcome::Unconfirmed;
+        report.reason = QStringLiteral("the printer stopped taking the job part-way");
+    } else {
+        report.outcome = JobOutcome::Failed;
+        report.reason = QStringLiteral("the printer could not be reached");
+    }
+    return report;
+}
+
 }  // namespace
+
+void tellOutcome(const PrintItem& item, const PrintJobSlot::Report& report)
+{
+    dispatch_log::message(__LINE__, QStringLiteral("print job [%1] on printer [%2], spooler job [%3]: %4: %5")
+                                        .arg(item.number)
+                                        .arg(item.info.id)
+                                        .arg(report.jobId)
+                                        .arg(QLatin1String(outcomeText(report.outcome)), report.reason));
+    if (item.watch.done) item.watch.done(PrintResult{report.outcome, report.jobId, report.reason});
+}
 
 PrintThread::PrintThread(int printerId) : busySince(kNotBusy)
 {
     // The system's name of the thread (top -H, debuggers, crash reports).
     setObjectName(QStringLiteral("print worker %1").arg(printerId));
 }
+
+PrintThread::~PrintThread() = default;
 
 bool PrintThread::push(const PrintItem& item)
 {
@@ -47,52 +86,63 @@ bool PrintThread::push(const PrintItem& item)
     return true;
 }
 
+void PrintThread::adopt(const QList<PrintItem>& items)
+{
+    std::lock_guard<std::mutex> lock(mutex);
+    printList = items;
+}
+
 bool PrintThread::isOverdue(qint64 limitMs) const
 {
     const qint64 since = busySince.load();
     return since != kNotBusy && since + limitMs < monotonicMs();
 }
 
-PrintReports PrintThread::cancelPrintCurrentOrder()
+std::optional<PrintItem> PrintThread::itemOf(quint64 number) const
 {
-    dispatch_log::entry(__LINE__, "service_business::PrintThread::cancelPrintCurrentOrder");
-    kill();
-    PrintReports reports = takeKilledJob();
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        stopping = false;
-    }
-    busySince = kNotBusy;
-    start(QThread::InheritPriority);
-    return reports;
+    std::lock_guard<std::mutex> lock(mutex);
+    for (const PrintItem& item : printList)
+        if (item.number == number) return item;
+    return std::nullopt;
 }
 
-PrintReports PrintThread::cancelAllAndStop()
+PrintThread::Taken PrintThread::cancelPrintCurrentOrder()
+{
+    dispatch_log::entry(__LINE__, "service_business::PrintThread::cancelPrintCurrentOrder");
+    return retire();
+}
+
+PrintThread::Taken PrintThread::cancelAllAndStop()
 {
     dispatch_log::entry(__LINE__, "service_business::PrintThread::cancelAllAndStop");
-    kill();
-    PrintReports reports = takeKilledJob();
-    PrintItem item;
-    bool reported = false;
-    while (takeFront(item, reported)) reports << PrintReport{item.callback, false};
-    return reports;
+    return retire();
+}
+
+PrintThread::Taken PrintThread::retire()
+{
+    Taken taken;
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        retired = true;
+        if (frontStarted && !printList.isEmpty()) taken.current = printList.takeFirst();
+        taken.queued = printList;
+        printList.clear();
+        frontStarted = false;
+    }
+    busySince = kNotBusy;
+    queued.notify_all();
+    return taken;
 }
 
 void PrintThread::run()
 {
-    PrintJobSlot::Binding binding(jobSlot);
-    // Termination is let in only while a job prints, never while the worker keeps its books or waits for
-    // work, and not while the thread ends: a worker told to stop that is killed as well just ends.
-    setTerminationEnabled(false);
     PrintItem item;
     while (nextJob(item)) {
         {
-            TerminationScope allow(TerminationScope::Allow);
+            PrintJobSlot::Binding binding(*item.slot);
             print(item);
         }
-        PrintItem done;
-        bool reported = false;
-        takeFront(done, reported);
+        popFront();
     }
 }
 
@@ -102,7 +152,9 @@ bool PrintThread::nextJob(PrintItem& item)
     for (;;) {
         // A new turn, also while idle: only a job that prints holds it back.
         busySince = monotonicMs();
-        if (stopping) return false;
+        if (retired) return false;
+        // A job cancelled while it waited has been told by whoever cancelled it.
+        while (!printList.isEmpty() && printList.first().slot->claimed()) printList.removeFirst();
         if (!printList.isEmpty()) {
             item = printList.first();
             frontStarted = true;
@@ -114,78 +166,46 @@ bool PrintThread::nextJob(PrintItem& item)
 
 void PrintThread::print(const PrintItem& item)
 {
-    // Marks the job told before telling, so that a worker killed inside the callback is not told twice.
-    auto report = [this, callback = item.callback](bool ok) {
-        frontReported = true;
-        if (callback) callback(ok);
+    // Tells the outcome unless the job was given up meanwhile (whoever gave it up tells it then).
+    auto tell = [&item](const PrintJobSlot::Report& report) {
+        if (item.slot->claimReport(report)) tellOutcome(item, report);
     };
     switch (item.info.type) {
     case utility_enum::PRINTER_SYSTEM_LOCAL:
     case utility_enum::PRINTER_SYSTEM_NETWORK:
-        // Told when the spooler says how the job ended; a printer that is not connected is not sent the
-        // job, and its caller is not told.
-        Printer::printDocBySysPrinter(item.info, item.doc,
-                                      [report](int /*jobId*/, const QString& /*printer*/, bool done) { report(done); });
+        // Told when the spooler says how the job ended, with what the print services found out; a printer
+        // that is not connected is not sent the job, and its caller is not told.
+        item.slot->setHandedOver(item.watch.handedOver);
+        Printer::printDocBySysPrinter(item.info, item.doc, [&item](int, const QString&, bool) {
+            tellOutcome(item, item.slot->report());
+        });
         break;
-    case utility_enum::PRINTER_LIBUSB:
-        report(Printer::printDocByUsbPrinter(item.info, item.doc));
+    case utility_enum::PRINTER_LIBUSB: {
+        tell(deviceReport(Printer::printDocByUsbPrinter(item.info, item.doc), *item.slot));
         break;
-    case utility_enum::PRINTER_USB_PRINT_SUPPORT:
+    }
+    case utility_enum::PRINTER_USB_PRINT_SUPPORT: {
         dispatch_log::message(__LINE__, "print order by usb print support printer");
-        report(systemif::print::PrintServics::printByUsbPrintSupportPrinter(item.doc, item.info.model));
+        tell(deviceReport(systemif::print::PrintServics::printByUsbPrintSupportPrinter(item.doc, item.info.model),
+                          *item.slot));
         break;
+    }
     default:
         break;  // no way to print it
     }
 }
 
-bool PrintThread::takeFront(PrintItem& item, bool& reported)
+void PrintThread::popFront()
 {
     int size = 0;
     {
         std::lock_guard<std::mutex> lock(mutex);
-        if (printList.isEmpty()) return false;
-        item = printList.takeFirst();
+        if (retired || printList.isEmpty()) return;
+        printList.removeFirst();
         size = printList.size();
         frontStarted = false;
-        reported = frontReported.exchange(false);
-        jobSlot.clear();
     }
     dispatch_log::message(__LINE__, QStringLiteral("pop front print item, print list size: %1").arg(size));
-    return true;
-}
-
-void PrintThread::kill()
-{
-    bool printing = false;
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        stopping = true;
-        printing = frontStarted;
-    }
-    queued.notify_all();
-    // A worker that is not printing now never begins another job, so it ends by itself. One that is
-    // printing dies where its job waits, and unwinds.
-    if (printing) terminate();
-    wait();
-}
-
-PrintReports PrintThread::takeKilledJob()
-{
-    // Before the job leaves the queue: its spooler job must not print after its caller was told false.
-    const PrintJobSlot::Outcome outcome = jobSlot.cancel();
-    {
-        // A job the worker had not begun stays queued for the next worker.
-        std::lock_guard<std::mutex> lock(mutex);
-        if (!frontStarted) {
-            jobSlot.clear();
-            return {};
-        }
-    }
-    PrintItem item;
-    bool reported = false;
-    if (!takeFront(item, reported) || reported || outcome == PrintJobSlot::Outcome::AlreadyReported) return {};
-    return {PrintReport{item.callback, outcome == PrintJobSlot::Outcome::Completed}};
 }
 
 }  // namespace service_business

@@ -3,8 +3,12 @@
 //  Not part of the library's interface: shared inside service_business and with its tests only.
 //
 // The worker thread of one printer id: it prints its queued jobs one after another, by the path of each
-// job's printer type, and tells each job's caller the outcome. The watchdog kills a worker whose job runs
-// too long and restarts it; a printer change stops it for good.
+// job's printer type, and tells each job's caller the outcome. When the watchdog or a printer change
+// gives its job up, the worker is retired: its queue is taken from it at once, and the thread is left to
+// end by itself when the call it is in returns (every print path gives up within seconds), without being
+// waited for.
+
+#include "service_business/print_manager.h"
 
 #include "systemif/print.h"
 #include "utility_business/utility_structs.h"
@@ -15,7 +19,9 @@
 #include <atomic>
 #include <condition_variable>
 #include <functional>
+#include <memory>
 #include <mutex>
+#include <optional>
 
 namespace service_business {
 
@@ -23,16 +29,14 @@ namespace service_business {
 struct PrintItem {
     utility_business::PrinterInfo info;
     systemif::print::Document doc;
-    std::function<void(bool)> callback;
+    PrintJobWatch watch;
+    std::shared_ptr<systemif::print::PrintJobSlot> slot;  // shared with whoever gives the job up
+    quint64 number = 0;                                    // the job's number in this process
 };
 
-// An outcome owed to a caller, told once the locks of print dispatch are released, so that a callback
-// may queue another job.
-struct PrintReport {
-    std::function<void(bool)> callback;
-    bool ok = false;
-};
-using PrintReports = QList<PrintReport>;
+// Tells the job's caller its outcome and writes the job's outcome record. Called once per job, with no
+// lock of print dispatch held.
+void tellOutcome(const PrintItem& item, const systemif::print::PrintJobSlot::Report& report);
 
 class PrintThread : public QThread {
     Q_OBJECT
@@ -40,55 +44,55 @@ class PrintThread : public QThread {
 public:
     static constexpr int capacity = 50;  // the most jobs a queue holds
 
+    // What a retired worker leaves: the job it had begun, if any, and the jobs it had not.
+    struct Taken {
+        std::optional<PrintItem> current;
+        QList<PrintItem> queued;
+    };
+
     // Made for the printer id, which names the thread ("print worker 3") and stays its name when the
-    // manager files the worker under a new id. It must be stopped with cancelAllAndStop before it is deleted.
+    // manager files the worker under a new id.
     explicit PrintThread(int printerId);
+    // Only once the thread has ended (isFinished) or never started.
+    ~PrintThread() override;
 
     // Appends the job unless the queue is full; a job that does not fit is dropped and its caller never
     // hears of it.
     bool push(const PrintItem& item);
-    // Whether the current turn of the worker (the job being printed) has lasted longer than `limitMs`.
+    // Takes over the jobs of a retired worker, before start.
+    void adopt(const QList<PrintItem>& items);
+    // Whether the current turn of the worker (the job being printed, and the telling of its outcome) has
+    // lasted longer than `limitMs`.
     bool isOverdue(qint64 limitMs) const;
+    // The queued or printing job of that number, if the worker holds it.
+    std::optional<PrintItem> itemOf(quint64 number) const;
 
-    // Kills the worker, takes the job it was printing off the queue and restarts it for the rest of the
-    // queue. Returns the killed job's outcome: false, or true when the spooler had printed it already;
-    // nothing when its caller has been told. The job is cancelled at the spooler.
-    PrintReports cancelPrintCurrentOrder();
-    // Stops the worker for good and empties the queue: the job being printed as above, every other job
-    // false. An idle worker is stopped without being killed.
-    PrintReports cancelAllAndStop();
+    // Retire the worker for the watchdog (the rest of the queue goes to a new worker) or for good (a
+    // printer change, the manager's end). Neither waits for the thread.
+    Taken cancelPrintCurrentOrder();
+    Taken cancelAllAndStop();
 
 protected:
     void run() override;
 
 private:
-    // Waits for a job and copies the front job into `item`; false when the worker is to stop.
+    // Waits for a job and copies the front job into `item`; false when the worker is retired.
     bool nextJob(PrintItem& item);
     void print(const PrintItem& item);
-    // Removes the front job into `item`, with whether its caller has been told; false when the queue is
-    // empty. Called by the worker once the job is done, or by whoever stopped the worker.
-    bool takeFront(PrintItem& item, bool& reported);
-    // Ends the thread and waits until it is gone: an idle worker stops at once, one that is printing is
-    // terminated.
-    void kill();
-    // Removes the job a stopped worker was printing and returns the outcome owed for it; a job it had not
-    // begun stays queued.
-    PrintReports takeKilledJob();
+    // Removes the finished front job, unless the worker was retired meanwhile.
+    void popFront();
+    Taken retire();
 
-    // Lock order: PrintManager::mutex, then this mutex, then jobSlot's own. Never held while printing or
-    // telling a caller.
-    std::mutex mutex;                 // guards printList, frontStarted and stopping
-    std::condition_variable queued;   // wakes an idle worker: a job was queued, or it is to stop
-    QList<PrintItem> printList;       // the front item is the one being printed
-    bool frontStarted = false;        // the worker has begun the front job
-    bool stopping = false;            // the worker is to end instead of beginning another job
+    // Lock order: PrintManager::mutex, then this mutex, then a job slot's own. Never held while printing,
+    // telling a caller or waiting for anything but work.
+    mutable std::mutex mutex;        // guards printList, frontStarted and retired
+    std::condition_variable queued;  // wakes an idle worker: a job was queued, or it is retired
+    QList<PrintItem> printList;      // the front item is the one being printed
+    bool frontStarted = false;       // the worker has begun the front job
+    bool retired = false;            // the queue has been taken away; the thread is to end
 
     // Monotonic time (ms) at which the current turn of the run loop began; kNotBusy before the first turn.
     std::atomic<qint64> busySince;
-    // The caller of the front job has been told its outcome (set by the worker, read once it is dead).
-    std::atomic<bool> frontReported{false};
-    // The spooler job of the front job, for the watchdog to cancel.
-    systemif::print::PrintJobSlot jobSlot;
 };
 
 }  // namespace service_business

@@ -1,6 +1,5 @@
 #include "service_business/printer.h"
 
-#include "printer/termination_scope.h"
 #include "printer/usb_printer_list.h"
 #include "service_business/json_db.h"
 #include "service_business/json_db_browser.h"
@@ -31,16 +30,13 @@ const char* const kDefaultCodePage = "GB18030";
 
 std::atomic<QTextCodec*> g_codePage{nullptr};
 
-// Log records are written from the print workers too, which the watchdog may kill at any time.
 void logEntry(int line, const char* function)
 {
-    TerminationScope holdOff(TerminationScope::HoldOff);
     log::NormalLog("function", kLogUnit, line) << "name:\t" << function << "\narguments:\t";
 }
 
 void logError(int line, const char* message)
 {
-    TerminationScope holdOff(TerminationScope::HoldOff);
     log::NormalLog("error", kLogUnit, line) << message;
 }
 

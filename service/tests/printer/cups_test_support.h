@@ -16,6 +16,7 @@
 #include <QFile>
 #include <QString>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <memory>
 #include <vector>
@@ -57,8 +58,7 @@ protected:
             return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
         }
     };
-    // Starts a virtual printer and a raw queue `name` to it that does not wait for the printer to close the
-    // connection.
+    // Starts a virtual printer and a raw queue `name` to it.
     Device* addPrinter(const QString& name)
     {
         auto device = std::make_unique<Device>();
@@ -83,6 +83,15 @@ protected:
         info.connected = service_business::Printer::isConnected(info);
         return info;
     }
+    // Waits until the scheduler reports the job in the IPP state; false on timeout (a hang guard).
+    static bool waitForJobState(int jobId, int state)
+    {
+        for (int i = 0; i < 2000; ++i) {
+            if (s_cups->jobState(jobId) == state) return true;
+            QThread::msleep(10);
+        }
+        return false;
+    }
     // Descriptors open in this process.
     static int openDescriptors()
     {
@@ -92,6 +101,7 @@ protected:
     inline static test_support::CupsdHarness* s_cups = nullptr;
     std::vector<std::unique_ptr<Device>> m_devices;
     CallbackLog m_outcomes;
+    utility_business::log::Capture m_log;
 };
 
 }  // namespace printer_test

@@ -68,6 +68,15 @@ int countRecords(const utility_business::log::Capture& capture, const std::strin
     return count;
 }
 
+int countRecordsStartingWith(const utility_business::log::Capture& capture, const std::string& type,
+                             const std::string& prefix)
+{
+    int count = 0;
+    for (const auto& record : capture.records())
+        if (record.type == type && record.text.compare(0, prefix.size(), prefix) == 0) ++count;
+    return count;
+}
+
 bool waitForRecords(const utility_business::log::Capture& capture, const std::string& type, const std::string& text,
                     int count, std::chrono::milliseconds timeout)
 {

@@ -115,6 +115,9 @@ private:
 
 // Records of the log whose text is exactly `text`.
 int countRecords(const utility_business::log::Capture& capture, const std::string& type, const std::string& text);
+// Records of the log whose text starts with `prefix`.
+int countRecordsStartingWith(const utility_business::log::Capture& capture, const std::string& type,
+                             const std::string& prefix);
 // Waits until there are at least `count` such records; false on timeout (a hang guard).
 bool waitForRecords(const utility_business::log::Capture& capture, const std::string& type, const std::string& text,
                     int count = 1, std::chrono::milliseconds timeout = std::chrono::seconds(30));

@@ -76,7 +76,8 @@ TEST_F(PrintDispatch, SpoolerJobIsToldTrueOnceThePrinterHasPrintedIt)
     for (const auto& record : m_log.records()) {
         const bool ofPrinter = record.text.rfind("name:\tservice_business::Printer::", 0) == 0;
         EXPECT_EQ(record.unit, ofPrinter ? kPrinterUnit : kPrintManagerUnit);
-        const bool ofWorker = ofPrinter || record.text.rfind("pop front", 0) == 0;
+        const bool ofWorker =
+            ofPrinter || record.text.rfind("pop front", 0) == 0 || record.text.rfind("print job [", 0) == 0;
         (ofWorker ? workerTexts : callerTexts).push_back(record.text);
     }
     const std::vector<std::string> expectedCaller{
@@ -87,6 +88,7 @@ TEST_F(PrintDispatch, SpoolerJobIsToldTrueOnceThePrinterHasPrintedIt)
     };
     const std::vector<std::string> expectedWorker{
         "name:\tservice_business::Printer::printDocBySysPrinter\narguments:\t",
+        "print job [1] on printer [1], spooler job [1]: printed: the printer took the whole job",
         "pop front print item, print list size: 0",
     };
     EXPECT_EQ(callerTexts, expectedCaller);

@@ -6,6 +6,9 @@
 #include "service_business/printer.h"
 
 #include <QImage>
+#include <QThread>
+
+#include <csignal>
 
 using namespace cli_test;
 
@@ -26,7 +29,7 @@ TEST_F(PrintCommand, PrinterGetsTheServiceDocumentOfTheReceipt)
 
     const ToolRun result = run({"print", "--printer", "Kitchen", homePath("dine.bin")});
     ASSERT_TRUE(succeeds(result));
-    EXPECT_EQ(withoutWaits(result.out), "Kitchen: queued\nKitchen: sent\nKitchen: printed\n");
+    EXPECT_EQ(withoutWaits(result.out), "Kitchen: queued\nKitchen: sent as CUPS job 1\nKitchen: printed\n");
     const QByteArray document = documentOf(fileBytes(homePath("dine.bin")));
     EXPECT_EQ(kitchen.nextReport(),
               QStringLiteral("job 1 %1 %2").arg(kitchen.jobPath(1)).arg(document.size()).toUtf8());
@@ -42,7 +45,7 @@ TEST_F(PrintCommand, FormatPrintsWhatItFormatsAndThePrinterDrawsWhatWasPreviewed
     const ToolRun result = run({"format", "online", "--width", "80", "--preview", homePath("online.png"),
                                 "--print", "Bar"});
     ASSERT_TRUE(succeeds(result));
-    EXPECT_EQ(withoutWaits(result.out), "Bar: queued\nBar: sent\nBar: printed\n");
+    EXPECT_EQ(withoutWaits(result.out), "Bar: queued\nBar: sent as CUPS job 1\nBar: printed\n");
     ASSERT_TRUE(bar.nextReport().startsWith("job 1 "));
     EXPECT_EQ(bar.nextReport(), QStringLiteral("preview 1 %1").arg(bar.jobPath(1, "png")).toUtf8());
     EXPECT_EQ(fileBytes(bar.jobPath(1)), documentOf(fileBytes(homePath("online.bin"))));
@@ -88,8 +91,34 @@ TEST_F(PrintCommand, JobOnAStoppedQueueFailsInOneLine)
     ASSERT_TRUE(s_cups->stopQueue("Patio"));
     ASSERT_TRUE(writeFile(homePath("r.bin"), "\x1b@Table 2\n"));
     const ToolRun result = run({"print", "--printer", "Patio", homePath("r.bin")});
-    EXPECT_TRUE(failsWith(result, 1, "sbtool: Patio: failed: CUPS did not print the job"));
-    EXPECT_EQ(withoutWaits(result.out), "Patio: queued\nPatio: sent\n");
+    EXPECT_TRUE(failsWith(result, 1, "sbtool: Patio: failed: its queue is stopped: cancelled before it printed"));
+    EXPECT_EQ(withoutWaits(result.out), "Patio: queued\nPatio: sent as CUPS job 1\n");
+}
+
+// Ctrl-C or SIGTERM cancel the job at CUPS, so that it is not left there to print later; the jammed
+// printer may have part of it, which the tool says.
+TEST_F(PrintCommand, CtrlCOrSigtermCancelsTheJobAtCupsAndLeavesNoneBehind)
+{
+    for (const int signal : {SIGINT, SIGTERM}) {
+        Device jammed;
+        const QString name = QStringLiteral("Jammed%1").arg(signal);
+        addPrinter(name, &jammed, {"--hang"});
+        ASSERT_TRUE(writeFile(homePath("r.bin"), "\x1b@Table 7\n"));
+        QProcess* tool = start({"print", "--printer", name, homePath("r.bin")});
+        ASSERT_NE(tool, nullptr);
+        EXPECT_EQ(nextLine(*tool, QProcess::StandardOutput), name.toUtf8() + ": queued");
+        const QByteArray sent = nextLine(*tool, QProcess::StandardOutput);
+        ASSERT_TRUE(sent.startsWith(name.toUtf8() + ": sent as CUPS job ")) << sent.constData();
+        const int job = sent.mid(sent.lastIndexOf(' ') + 1).toInt();
+        for (int i = 0; i < 500 && s_cups->jobState(job) != 5 /* processing */; ++i) QThread::msleep(10);
+        ::kill(static_cast<pid_t>(tool->processId()), signal);
+        EXPECT_EQ(exitCodeOf(*tool, 20000), 1);
+        EXPECT_EQ(s_cups->jobState(job), 7 /* canceled */);
+        EXPECT_EQ(tool->readAllStandardError(),
+                  "sbtool: " + name.toUtf8() +
+                      ": sent to the printer but not confirmed: cancelled: cancelled at the spooler while it was "
+                      "being sent to the printer\n");
+    }
 }
 
 TEST_F(PrintCommand, OfflinePrinterOnALocalPortIsRefusedInOneLine)

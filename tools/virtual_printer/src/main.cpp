@@ -1,15 +1,5 @@
 // sb-virtual-printer: a receipt printer on 127.0.0.1 that saves each job it receives (see
-// virtual_printer.h).
-//
-//   sb-virtual-printer --port N --out DIR [--hang] [--refuse] [--idle-ms N] [--preview [--preview-width 58|80]]
-//
-// It prints the port it listens on as the first line of stdout (useful with --port 0), then one line per
-// saved job: "job <number> <path> <bytes>". With --preview it also draws each job as the printed paper
-// beside it (job-0001.bin -> job-0001.png, on 58 mm paper unless --preview-width says 80) and says
-// "preview <number> <path>", or on stderr why it could not. While it runs, SIGUSR1 toggles the hang and SIGUSR2 the
-// refusal; lines on stdin do the same by name: "hang", "resume", "refuse", "accept", and "quit" ends it,
-// as do SIGINT and SIGTERM. Each change, once in effect, is confirmed on stdout by "hang on", "hang off",
-// "refuse on" or "refuse off".
+// virtual_printer.h); kUsage below says how it is run and driven.
 
 #include "virtual_printer/virtual_printer.h"
 
@@ -30,13 +20,52 @@
 
 namespace {
 
-const char kUsage[] = "usage: sb-virtual-printer --port N --out DIR [--hang] [--refuse] [--idle-ms N]\n"
-                      "                          [--preview [--preview-width 58|80]]\n";
+const char kUsage[] =
+    "usage: sb-virtual-printer --port N --out DIR [options]\n"
+    "\n"
+    "A receipt printer on 127.0.0.1:N (0: a free port) that saves each job it receives as\n"
+    "DIR/job-0001.bin, ... It prints the port as the first line of stdout, then one line per job:\n"
+    "\"job NUMBER PATH BYTES\" (and \"preview NUMBER PATH\" with --preview).\n"
+    "\n"
+    "  --port N             the TCP port to listen on\n"
+    "  --out DIR            where jobs are saved (made when missing)\n"
+    "  --idle-ms MS         a job also ends after this long without data (default 1000)\n"
+    "  --preview            draw each job beside it as the printed paper (job-0001.png)\n"
+    "  --preview-width W    58 or 80 mm paper for the pictures (default 58)\n"
+    "faults, from the start:\n"
+    "  --hang               accept connections and never read them nor close them (jammed)\n"
+    "  --resume-after S     with --hang: resume by itself after S seconds, printing what was sent\n"
+    "  --stall BYTES        read the first BYTES of each job, then stop reading (a jam in mid-job)\n"
+    "  --close-late S       close each connection S seconds after its last byte\n"
+    "  --refuse             refuse connections (switched off)\n"
+    "\n"
+    "While it runs, lines on stdin change the faults; each change is confirmed on stdout:\n"
+    "  hang [S]             as --hang (resuming after S seconds when given)    \"hang on\"\n"
+    "  resume               read again, hung and stalled jobs included          \"hang off\"\n"
+    "  stall BYTES|off      as --stall, for connections from now on           \"stall BYTES\"/\"stall off\"\n"
+    "  close-late S|off     as --close-late                                    \"close-late S\"/\"close-late off\"\n"
+    "  refuse / accept      refuse connections, or listen again                 \"refuse on\"/\"refuse off\"\n"
+    "  quit                 end\n"
+    "signals:\n"
+    "  SIGUSR1              hang, or resume when hanging\n"
+    "  SIGUSR2              refuse, or accept when refusing\n"
+    "  SIGINT, SIGTERM      end\n"
+    "\n"
+    "exit codes: 0 ended by quit or a signal, 1 it could not run (the port, the directory),\n"
+    "            2 the command line is wrong\n";
 
-int fail(const std::string& message)
+const int kExitFailure = 1;
+const int kExitUsage = 2;
+
+int fail(const std::string& message, int code = kExitFailure)
 {
     std::fprintf(stderr, "sb-virtual-printer: %s\n", message.c_str());
-    return 2;
+    return code;
+}
+
+int usageError(const std::string& message)
+{
+    return fail(message + " (see \"sb-virtual-printer --help\")", kExitUsage);
 }
 
 bool parseNumber(const char* text, int low, int high, int* value)
@@ -76,11 +105,16 @@ void onJobSaved(const virtual_printer::SavedJob& job, const receipt_preview::Opt
     std::fflush(stdout);
 }
 
-void setHang(virtual_printer::VirtualPrinter& printer, bool hang)
+void confirm(const std::string& line)
 {
-    printer.setHang(hang);
-    std::printf("hang %s\n", hang ? "on" : "off");
+    std::printf("%s\n", line.c_str());
     std::fflush(stdout);
+}
+
+void setHang(virtual_printer::VirtualPrinter& printer, bool hang, int resumeAfterSeconds = 0)
+{
+    printer.setHang(hang, std::chrono::seconds(resumeAfterSeconds));
+    confirm(hang ? "hang on" : "hang off");
 }
 
 void setRefuse(virtual_printer::VirtualPrinter& printer, bool refuse)
@@ -94,12 +128,31 @@ void setRefuse(virtual_printer::VirtualPrinter& printer, bool refuse)
 // Applies one stdin command; false for "quit".
 bool command(virtual_printer::VirtualPrinter& printer, const std::string& line)
 {
-    if (line == "hang") setHang(printer, true);
-    else if (line == "resume") setHang(printer, false);
-    else if (line == "refuse") setRefuse(printer, true);
-    else if (line == "accept") setRefuse(printer, false);
-    else if (line == "quit") return false;
-    else if (!line.empty()) std::fprintf(stderr, "sb-virtual-printer: unknown command \"%s\"\n", line.c_str());
+    const std::string::size_type space = line.find(' ');
+    const std::string name = line.substr(0, space);
+    const std::string value = space == std::string::npos ? std::string() : line.substr(space + 1);
+    int number = 0;
+    const bool off = value == "off";
+    if (name == "hang" && (value.empty() || parseNumber(value.c_str(), 1, 86400, &number))) {
+        setHang(printer, true, number);
+    } else if (line == "resume") {
+        setHang(printer, false);
+    } else if (name == "stall" && (off || parseNumber(value.c_str(), 0, 1 << 30, &number))) {
+        printer.setStallAfter(off ? -1 : number);
+        confirm("stall " + (off ? value : std::to_string(number)));
+    } else if (name == "close-late" && (off || parseNumber(value.c_str(), 1, 86400, &number))) {
+        printer.setCloseDelay(std::chrono::seconds(off ? 0 : number));
+        confirm("close-late " + (off ? value : std::to_string(number)));
+    } else if (line == "refuse") {
+        setRefuse(printer, true);
+    } else if (line == "accept") {
+        setRefuse(printer, false);
+    } else if (line == "quit") {
+        return false;
+    } else if (!line.empty()) {
+        std::fprintf(stderr, "sb-virtual-printer: unknown command \"%s\" (see \"sb-virtual-printer --help\")\n",
+                     line.c_str());
+    }
     return true;
 }
 
@@ -114,36 +167,41 @@ int main(int argc, char** argv)
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         const bool hasValue = i + 1 < argc;
-        int ms = 0;
+        int number = 0;
         if (arg == "--port" && hasValue) {
-            if (!parseNumber(argv[++i], 0, 65535, &options.port)) return fail("bad port: " + std::string(argv[i]));
+            if (!parseNumber(argv[++i], 0, 65535, &options.port)) return usageError("bad port: " + std::string(argv[i]));
             havePort = true;
         } else if (arg == "--out" && hasValue) {
             options.outDir = argv[++i];
         } else if (arg == "--idle-ms" && hasValue) {
-            if (!parseNumber(argv[++i], 1, 3600000, &ms)) return fail("bad idle gap: " + std::string(argv[i]));
-            options.idleGap = std::chrono::milliseconds(ms);
+            if (!parseNumber(argv[++i], 1, 3600000, &number)) return usageError("bad idle gap: " + std::string(argv[i]));
+            options.idleGap = std::chrono::milliseconds(number);
         } else if (arg == "--preview") {
             preview = true;
         } else if (arg == "--preview-width" && hasValue) {
             if (!receipt_preview::paperFromName(QString::fromLocal8Bit(argv[++i]), &previewOptions.paper))
-                return fail("bad preview width: " + std::string(argv[i]));
+                return usageError("bad preview width: " + std::string(argv[i]));
         } else if (arg == "--hang") {
             options.hang = true;
+        } else if (arg == "--resume-after" && hasValue) {
+            if (!parseNumber(argv[++i], 1, 86400, &number)) return usageError("bad --resume-after: " + std::string(argv[i]));
+            options.resumeAfter = std::chrono::seconds(number);
+        } else if (arg == "--stall" && hasValue) {
+            if (!parseNumber(argv[++i], 0, 1 << 30, &number)) return usageError("bad --stall: " + std::string(argv[i]));
+            options.stallAfter = number;
+        } else if (arg == "--close-late" && hasValue) {
+            if (!parseNumber(argv[++i], 1, 86400, &number)) return usageError("bad --close-late: " + std::string(argv[i]));
+            options.closeDelay = std::chrono::seconds(number);
         } else if (arg == "--refuse") {
             options.refuse = true;
         } else if (arg == "--help" || arg == "-h") {
             std::fputs(kUsage, stdout);
             return 0;
         } else {
-            std::fputs(kUsage, stderr);
-            return fail("unexpected argument: " + arg);
+            return usageError("unexpected argument: " + arg);
         }
     }
-    if (!havePort || options.outDir.empty()) {
-        std::fputs(kUsage, stderr);
-        return fail("--port and --out are required");
-    }
+    if (!havePort || options.outDir.empty()) return usageError("--port and --out are required");
 
     // Signals are taken through a descriptor, so they must be blocked before the serving thread starts.
     sigset_t signals;

@@ -85,18 +85,33 @@ bool writeAll(int fd, const char* data, size_t size)
 
 struct Connection {
     Fd socket;
-    bool hung = false;         // accepted or caught by a hang: never read
-    Fd file;                   // where the job's bytes go; open from the first byte on
+    bool hung = false;           // accepted or caught by a hang, or stalled: not read
+    long long readLimit = -1;    // bytes to read before it stalls; -1: all
+    bool ended = false;          // the peer has sent its last byte; the connection closes at closeAt
+    Clock::time_point closeAt;
+    Fd file;                     // where the job's bytes go; open from the first byte on
     fs::path filePath;
     long long size = 0;
     Clock::time_point lastData;
 };
 
+int msUntil(Clock::time_point when, Clock::time_point now)
+{
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(when - now).count();
+    return static_cast<int>(std::max<long long>(0, left));
+}
+
 }  // namespace
 
 class VirtualPrinter::Server {
 public:
-    explicit Server(const Options& options) : m_options(options), m_wantHang(options.hang), m_wantRefuse(options.refuse)
+    explicit Server(const Options& options)
+        : m_options(options),
+          m_wantHang(options.hang),
+          m_resumeAfter(options.resumeAfter),
+          m_stallAfter(options.stallAfter),
+          m_closeDelay(options.closeDelay),
+          m_wantRefuse(options.refuse)
     {
     }
     ~Server() { stop(); }
@@ -127,6 +142,7 @@ public:
             if (m_wantRefuse) m_listen.reset();
             m_refusing = m_wantRefuse;
             m_hanging = m_wantHang;
+            if (m_hanging && m_resumeAfter.count() > 0) m_resumeAt = Clock::now() + m_resumeAfter;
         }
         m_thread = std::thread([this] { serve(); });
         return true;
@@ -149,13 +165,27 @@ public:
         return m_port;
     }
 
-    void setHang(bool hang)
+    void setHang(bool hang, std::chrono::milliseconds resumeAfter)
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         m_wantHang = hang;
+        m_resumeAfter = resumeAfter;
+        m_resumeRequested = !hang;
         if (!m_thread.joinable()) return;
         wake();
-        m_changed.wait(lock, [&] { return m_hanging == hang || m_stopping; });
+        m_changed.wait(lock, [&] { return (m_hanging == hang && !m_resumeRequested) || m_stopping; });
+    }
+
+    void setStallAfter(long long bytes)
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_stallAfter = bytes;
+    }
+
+    void setCloseDelay(std::chrono::milliseconds delay)
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_closeDelay = delay;
     }
 
     bool hanging() const
@@ -258,16 +288,18 @@ private:
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         if (m_stopping) return false;
-        if (m_wantHang != m_hanging) {
+        if (m_hanging && m_resumeAt != Clock::time_point() && Clock::now() >= m_resumeAt) m_wantHang = false;
+        if (m_wantHang != m_hanging || m_resumeRequested) {
             m_hanging = m_wantHang;
+            m_resumeRequested = false;
+            m_resumeAt = m_hanging && m_resumeAfter.count() > 0 ? Clock::now() + m_resumeAfter : Clock::time_point();
+            // Caught by a hang, a connection is left unread; freed (stalled ones too), it is read again,
+            // buffer and all.
             for (Connection& connection : m_open) {
-                if (m_hanging) {
-                    connection.hung = true;
-                } else if (connection.hung) {
-                    dropUnread(connection);
-                }
+                if (connection.ended) continue;
+                connection.hung = m_hanging;
+                if (!m_hanging) connection.readLimit = -1;
             }
-            m_open.remove_if([](const Connection& connection) { return connection.socket.get() < 0; });
         }
         if (m_refuseAnswered < m_refuseRequests) {
             if (m_wantRefuse && !m_refusing) {
@@ -312,6 +344,7 @@ private:
             connection.socket = std::move(socket);
             std::lock_guard<std::mutex> lock(m_mutex);
             connection.hung = m_hanging;
+            connection.readLimit = m_stallAfter;
             m_open.push_back(std::move(connection));
             ++m_connections;
             m_changed.notify_all();
@@ -323,7 +356,14 @@ private:
     {
         char buffer[65536];
         for (;;) {
-            const ssize_t got = ::recv(connection.socket.get(), buffer, sizeof buffer, 0);
+            if (connection.readLimit >= 0 && connection.size >= connection.readLimit) {
+                connection.hung = true;  // stalled in mid-job
+                return true;
+            }
+            size_t want = sizeof buffer;
+            if (connection.readLimit >= 0)
+                want = static_cast<size_t>(std::min<long long>(want, connection.readLimit - connection.size));
+            const ssize_t got = ::recv(connection.socket.get(), buffer, want, 0);
             if (got > 0) {
                 if (connection.file.get() < 0) {
                     connection.filePath = fs::path(m_options.outDir) / (".receiving-" + std::to_string(++m_received));
@@ -342,8 +382,19 @@ private:
             }
             if (got < 0 && errno == EINTR) continue;
             if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return true;
-            finish(connection);  // end of data, or the peer reset: print what arrived
-            return false;
+            // End of data, or the peer reset: print what arrived, at once or after the close delay.
+            std::chrono::milliseconds delay;
+            {
+                std::lock_guard<std::mutex> lock(m_mutex);
+                delay = m_closeDelay;
+            }
+            if (delay.count() <= 0 || got < 0) {
+                finish(connection);
+                return false;
+            }
+            connection.ended = true;
+            connection.closeAt = Clock::now() + delay;
+            return true;
         }
     }
 
@@ -378,16 +429,20 @@ private:
             const size_t firstConnection = fds.size();
             int timeout = -1;
             const Clock::time_point now = Clock::now();
+            auto wakeAt = [&](Clock::time_point when) {
+                timeout = timeout < 0 ? msUntil(when, now) : std::min(timeout, msUntil(when, now));
+            };
+            {
+                std::lock_guard<std::mutex> lock(m_mutex);
+                if (m_hanging && m_resumeAt != Clock::time_point()) wakeAt(m_resumeAt);
+            }
             for (const Connection& connection : m_open) {
-                // A hung connection is watched only for the peer going away, so that it can be let go.
-                const short events = connection.hung ? POLLRDHUP : POLLIN | POLLRDHUP;
-                fds.push_back({connection.socket.get(), events, 0});
-                if (!connection.hung && connection.size > 0) {
-                    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-                        connection.lastData + m_options.idleGap - now);
-                    const int leftMs = static_cast<int>(std::max<long long>(0, left.count()));
-                    timeout = timeout < 0 ? leftMs : std::min(timeout, leftMs);
-                }
+                // A hung connection, or one that has ended and waits to be closed, is not looked at at all:
+                // it notices neither data nor the peer going away.
+                const bool idle = connection.hung || connection.ended;
+                fds.push_back({idle ? -1 : connection.socket.get(), POLLIN | POLLRDHUP, 0});
+                if (connection.ended) wakeAt(connection.closeAt);
+                if (!idle && connection.size > 0) wakeAt(connection.lastData + m_options.idleGap);
             }
             if (::poll(fds.data(), fds.size(), timeout) < 0 && errno != EINTR) {
                 std::fprintf(stderr, "sb-virtual-printer: poll: %s\n", std::strerror(errno));
@@ -399,18 +454,16 @@ private:
             size_t index = firstConnection;
             for (Connection& connection : m_open) {
                 if (index >= fds.size()) break;  // accepted during this turn: not polled yet
-                const short events = fds[index++].revents;
-                if (connection.hung) {
-                    if (events & (POLLRDHUP | POLLHUP | POLLERR)) dropUnread(connection);
-                } else if (events) {
-                    receive(connection);
-                }
+                if (fds[index++].revents) receive(connection);
             }
             const Clock::time_point later = Clock::now();
-            for (Connection& connection : m_open)
-                if (connection.socket.get() >= 0 && !connection.hung && connection.size > 0 &&
-                    later - connection.lastData >= m_options.idleGap)
+            for (Connection& connection : m_open) {
+                if (connection.socket.get() < 0) continue;
+                if (connection.ended ? later >= connection.closeAt
+                                     : !connection.hung && connection.size > 0 &&
+                                           later - connection.lastData >= m_options.idleGap)
                     finish(connection);
+            }
             m_open.remove_if([](const Connection& connection) { return connection.socket.get() < 0; });
         }
         for (Connection& connection : m_open) dropUnread(connection);
@@ -432,6 +485,11 @@ private:
     bool m_stopping = false;
     bool m_wantHang;
     bool m_hanging = false;
+    std::chrono::milliseconds m_resumeAfter;
+    Clock::time_point m_resumeAt;  // when a hang with a time ends; zero: never
+    bool m_resumeRequested = false;  // stalled connections are to be read again
+    long long m_stallAfter;
+    std::chrono::milliseconds m_closeDelay;
     bool m_wantRefuse;
     bool m_refusing = false;
     int m_refuseRequests = 0;
@@ -465,9 +523,19 @@ int VirtualPrinter::port() const
     return m_server->port();
 }
 
-void VirtualPrinter::setHang(bool hang)
+void VirtualPrinter::setHang(bool hang, std::chrono::milliseconds resumeAfter)
 {
-    m_server->setHang(hang);
+    m_server->setHang(hang, resumeAfter);
+}
+
+void VirtualPrinter::setStallAfter(long long bytes)
+{
+    m_server->setStallAfter(bytes);
+}
+
+void VirtualPrinter::setCloseDelay(std::chrono::milliseconds delay)
+{
+    m_server->setCloseDelay(delay);
 }
 
 bool VirtualPrinter::hanging() const

@@ -9,6 +9,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <csignal>
 #include <functional>
 
@@ -81,24 +82,25 @@ TEST_F(VirtualPrinterCommand, Sigusr2TogglesRefusalAndStdinCommandsToo)
     }
 }
 
-TEST_F(VirtualPrinterCommand, Sigusr1MakesItHangUntilResumed)
+TEST_F(VirtualPrinterCommand, Sigusr1AndCommandsSetTheFaultsAndAHeldJobPrintsOnResume)
 {
     const int port = start();
     ASSERT_GT(port, 0);
     signal(SIGUSR1);
     ASSERT_EQ(nextLine(), "hang on");
-    {
-        LoopbackClient client(port);
-        ASSERT_TRUE(client.send("lost"));
-        client.endData();
-        EXPECT_FALSE(client.closedByPeer(300));
+    LoopbackClient held(port);
+    ASSERT_TRUE(held.send("held"));
+    held.endData();
+    EXPECT_FALSE(held.closedByPeer(300));
+    for (const char* change : {"stall 2", "stall off", "close-late 1", "close-late off"}) {
+        command(change);
+        EXPECT_EQ(nextLine(), change);
     }
     command("resume");
-    ASSERT_EQ(nextLine(), "hang off");
-    LoopbackClient client(port);
-    ASSERT_TRUE(client.send("kept"));
-    client.endData();
-    EXPECT_EQ(nextLine(), QByteArray("job 1 ") + m_dir.filePath("job-0001.bin").toUtf8() + " 4");
+    // The held job may be saved before the change is confirmed.
+    QList<QByteArray> lines{nextLine(), nextLine()};
+    std::sort(lines.begin(), lines.end());
+    EXPECT_EQ(lines, (QList<QByteArray>{"hang off", "job 1 " + m_dir.filePath("job-0001.bin").toUtf8() + " 4"}));
 }
 
 TEST_F(VirtualPrinterCommand, TermAndQuitEndItCleanly)
@@ -115,10 +117,22 @@ TEST_F(VirtualPrinterCommand, TermAndQuitEndItCleanly)
     EXPECT_EQ(m_process.exitCode(), 0);
 }
 
+TEST_F(VirtualPrinterCommand, APortInUseIsARuntimeFailureWithExitCode1)
+{
+    const int port = start();
+    ASSERT_GT(port, 0);
+    QProcess second;
+    second.start(SB_VIRTUAL_PRINTER, {"--port", QString::number(port), "--out", m_dir.path()});
+    ASSERT_TRUE(second.waitForFinished(5000));
+    EXPECT_EQ(second.exitCode(), 1);
+    EXPECT_TRUE(second.readAllStandardError().startsWith("sb-virtual-printer: bind 127.0.0.1:"));
+}
+
 TEST_F(VirtualPrinterCommand, BadArgumentsGiveOneLineOnStderrAndExitCode2)
 {
     for (const QStringList& arguments : {QStringList{"--port", "99999", "--out", m_dir.path()},
-                                         QStringList{"--out", m_dir.path()}, QStringList{"--port", "0", "--what"}}) {
+                                         QStringList{"--out", m_dir.path()}, QStringList{"--port", "0", "--what"},
+                                         QStringList{"--port", "0", "--out", m_dir.path(), "--stall", "x"}}) {
         m_process.start(SB_VIRTUAL_PRINTER, arguments);
         ASSERT_TRUE(m_process.waitForFinished(5000));
         EXPECT_EQ(m_process.exitCode(), 2) << arguments.join(' ').toStdString();

@@ -69,25 +69,31 @@ struct UsbDevice {
 // printer name, and whether the job printed.
 using JobCallback = std::function<void(int jobId, const QString& printerName, bool done)>;
 
-// The spooler job that a print worker is waiting on, published so that a watchdog that kills the worker
-// can cancel the job at the spooler, and so that the job's outcome is reported exactly once.
+// How a print job ended, as far as anyone can know.
+enum class JobOutcome {
+    Printed,      // the printer took every byte (the spooler completed the job, or the device the write)
+    Failed,       // nothing of it can reach the paper any more: never sent, or cancelled before it printed
+    Unconfirmed,  // bytes left for the printer and cannot be called back; it may or may not print
+};
+
+// One print job's control, shared by the print worker that prints it and whoever gives it up (a
+// watchdog, a printer change, a user's cancel), so that its outcome is told exactly once and a job given up
+// never prints later.
 //
-// The worker owns a slot and binds it to its thread for as long as it runs (Binding, at the top of its
-// run function); printBySystemPrinter publishes every job it submits in the slot of the calling thread.
-// The worker calls clear() right after it has removed a finished job from its queue, with no blocking call
-// in between. The watchdog kills the worker (QThread::terminate, then wait), calls cancel() and reports the
-// killed job by the outcome:
-//   NoJob            no spooler job of this item was under way (none submitted, or not a spooler job): false
-//   Cancelled        cancelled at the spooler before it printed: false
-//   Completed        it had printed when the cancel arrived: true
-//   CancelFailed     the spooler could not be told; it may still print: false
-//   AlreadyReported  the worker has called the job's callback already: report nothing
-// Once cancel() has been called, printBySystemPrinter never calls its callback for that job, also when the
-// worker is still running, so the two sides never both report.
+// The worker binds the job's slot to its thread while it prints it (Binding); the print operations below
+// publish in the slot of the calling thread how far the job got: handed to the spooler (and held there),
+// released to print, being written to a device. Whoever gives the job up calls claim(): from then on the
+// print operations never call their callback for it, and settle() makes sure it cannot print any more,
+// or says that it may:
+//   not yet at the spooler, or held there     Failed; a held job is cancelled and can never print
+//   released to print                          cancelled at the spooler: Failed when it had not begun,
+//                                              Unconfirmed when it had (bytes may be at the printer),
+//                                              Printed when it had completed; Unconfirmed while the
+//                                              spooler does not answer (cancelPending() says so)
+//   being written to a USB device              Unconfirmed
+// Safe from any thread; no lock of the slot is held during a spooler request.
 class PrintJobSlot {
 public:
-    enum class Outcome { NoJob, Cancelled, Completed, CancelFailed, AlreadyReported };
-
     // Makes `slot` the slot of the calling thread until the binding is destroyed.
     class Binding {
     public:
@@ -100,30 +106,57 @@ public:
         PrintJobSlot* m_previous;
     };
 
+    struct Report {
+        JobOutcome outcome = JobOutcome::Failed;
+        int jobId = 0;   // the spooler's job id, 0 when the job never reached it
+        QString reason;  // for people and the log: why it ended so
+    };
+
     PrintJobSlot() = default;
     PrintJobSlot(const PrintJobSlot&) = delete;
     PrintJobSlot& operator=(const PrintJobSlot&) = delete;
 
-    // Forgets the finished job: the next cancel() answers NoJob until a new job is submitted.
-    void clear();
-    // Cancels the published job at the spooler and says who reports it (see above). Safe from any thread.
-    Outcome cancel();
+    // Called with the spooler's job id once the job is handed over (on the printing thread, no lock held).
+    void setHandedOver(std::function<void(int jobId)> handedOver);
+
+    // Takes the job away from its print path; false when the path has told its outcome already.
+    bool claim();
+    // After claim(): one attempt to make the job unable to print (see above), with the outcome known now.
+    Report settle();
+    // Whether the last settle() could not reach the spooler, so that the job may still print; settle()
+    // again until it can.
+    bool cancelPending() const;
+    // What settle() says when the spooler does not answer, for a caller that cannot wait for it.
+    Report unanswered() const;
+
+    // The outcome the print path told, or settle() found.
+    Report report() const;
+
+    // The print path's side: true when it may tell this outcome (the job was not given up, and not told).
+    bool claimReport(const Report& report);
+    bool claimed() const;
+    // Whether bytes of the job have been handed to a device (so that part of it may have printed).
+    bool begunWriting() const;
 
 private:
     friend class PrintServics;
-    enum class State { Idle, Submitting, Waiting, Reported, Claimed };
+    enum class Stage { Idle, Held, Released, Writing };
 
     static PrintJobSlot* current();
-    void begin();
-    bool publish(Spooler* spooler, const QString& printer, int jobId);  // false when claimed meanwhile
-    bool claimReport();  // true when the caller may report the outcome
-    bool claimed();
+    // The print operations' side. Each returns false once the job is claimed: the caller stops and tells
+    // nothing.
+    bool publish(Spooler* spooler, const QString& printer, int jobId);  // handed over, held
+    bool advance(Stage stage);
 
-    std::mutex m_mutex;  // guards every member below
-    State m_state = State::Idle;
+    mutable std::mutex m_mutex;  // guards every member below; never held during a spooler request
+    Stage m_stage = Stage::Idle;
+    bool m_claimed = false;
+    bool m_reported = false;
+    bool m_cancelPending = false;
     Spooler* m_spooler = nullptr;
     QString m_printer;
-    int m_jobId = 0;
+    Report m_report;
+    std::function<void(int)> m_handedOver;
 };
 
 // The print operations. Static, safe from any thread.
@@ -150,9 +183,11 @@ public:
     // Sends the document as one raw job to the spooler's printer and waits, on the calling thread, until
     // the spooler reports the job's end; then calls `callback` once: done = true when the job completed,
     // false when it could not be submitted, was aborted or cancelled, or its printer was stopped (the job
-    // is then cancelled so that it never prints late). Returns the job id, 0 when the job never reached
-    // the spooler. A job that never ends keeps the caller waiting: the print workers' watchdog ends it
-    // (PrintJobSlot). An empty document is not sent (callback false).
+    // is then cancelled so that it never prints late). The job is held at the spooler until its document
+    // is there in full, so a document cut off half-way never prints. Returns the job id, 0 when the job
+    // never reached the spooler. A job that never ends keeps the caller waiting while the spooler answers:
+    // the print workers' watchdog gives it up (PrintJobSlot). An empty document is not sent (callback
+    // false). The outcome in detail is in the slot of the calling thread.
     static int printBySystemPrinter(const QString& printerName, const QString& docName, const Document& doc,
                                     const JobCallback& callback);
 
@@ -168,6 +203,11 @@ public:
     // Writes the document to the USB print-support printer of that identifier; true when every byte was
     // taken.
     static bool printByUsbPrintSupportPrinter(const Document& doc, const QString& model);
+
+private:
+    // Marks the job of the calling thread as being written to a device, so that giving it up from now on
+    // tells "unconfirmed"; false when it has been given up already and must not be written.
+    static bool beginWriting();
 };
 
 }  // namespace print

@@ -24,27 +24,32 @@ struct SpoolerQueue {
 };
 
 enum class SpoolerJobState {
-    Pending,     // waiting for its printer
-    Processing,  // being sent to the printer
-    Completed,   // sent in full
-    Failed,      // aborted or cancelled
-    Stopped,     // cannot go on: its printer is stopped
-    Unknown,     // the spooler could not be asked
+    Pending,      // waiting for its printer
+    Processing,   // being sent to the printer
+    Completed,    // sent in full
+    Failed,       // aborted or cancelled before it began printing: nothing of it reached the printer
+    Interrupted,  // aborted or cancelled after it had begun printing: part of it may have
+    Stopped,      // cannot go on: its printer is stopped
+    Unknown,      // the spooler could not be asked
 };
 
 enum class SpoolerCancel {
-    Cancelled,         // the job will not print (any more)
-    AlreadyCompleted,  // too late: the job had been sent in full
-    Failed,            // the spooler could not be told
+    Cancelled,               // the job will not print: it had not begun
+    CancelledWhilePrinting,  // the job will not print any more, but it had begun: part of it may have
+    AlreadyCompleted,        // too late: the job had been sent in full
+    Failed,                  // the spooler could not be told
 };
 
-// One job created at the spooler, with whatever connection it needs; the connection ends with the object.
+// One job created at the spooler, held there until release(), with whatever connection it needs; the
+// connection ends with the object.
 class SpoolerJob {
 public:
     virtual ~SpoolerJob() = default;
     virtual int id() const = 0;
     // Sends the document as the job's only, raw document; false when the spooler did not take it all.
     virtual bool send(const Document& doc) = 0;
+    // Lets the held job print; false when the spooler did not say that it did.
+    virtual bool release() = 0;
     // Asks the spooler for the job's state now.
     virtual SpoolerJobState state() = 0;
 };
@@ -54,9 +59,10 @@ public:
     virtual ~Spooler() = default;
     // Every printer queue, in name order; false when the spooler cannot be asked.
     virtual bool queues(QList<SpoolerQueue>& queues) = 0;
-    // Creates a job on the printer, without its document yet; null when the spooler refused it.
+    // Creates a held job on the printer, without its document yet; null when the spooler refused it.
     virtual std::unique_ptr<SpoolerJob> createJob(const QString& printer, const QString& docName) = 0;
-    // Cancels a job, from any thread.
+    // Cancels a job, from any thread. Waits for the spooler's answer a short while only (a fraction of a
+    // second): Failed when it did not come, and the caller tries again later.
     virtual SpoolerCancel cancel(const QString& printer, int jobId) = 0;
 };
 
@@ -65,7 +71,8 @@ public:
     virtual ~UsbBus() = default;
     // Every attached device.
     virtual QList<UsbDevice> devices() = 0;
-    // Writes the document to the bulk OUT endpoint of the device's printer interface.
+    // Writes the document to the bulk OUT endpoint of the device's printer interface; gives up after a
+    // few seconds without progress.
     virtual bool write(const UsbDevice& device, const Document& doc) = 0;
 };
 
@@ -74,7 +81,8 @@ public:
     virtual ~UsbPrintSupport() = default;
     // The identifiers of the attached printers, in device order.
     virtual QStringList printers() = 0;
-    // Writes the document to the printer of that identifier.
+    // Writes the document to the printer of that identifier; gives up after a few seconds without
+    // progress.
     virtual bool write(const QString& printer, const Document& doc) = 0;
 };
 

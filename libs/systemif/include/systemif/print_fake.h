@@ -35,6 +35,9 @@ public:
         QString docName;
         QByteArray bytes;  // what was sent; empty until the document arrived
         SpoolerJobState state = SpoolerJobState::Pending;
+        bool released = false;  // held until then
+        bool began = false;     // it has been processing
+        int cancels = 0;        // cancels that reached it
     };
 
     FakeSpooler();
@@ -48,9 +51,13 @@ public:
     void setAcceptingJobs(const QString& name, bool accepting);
     // An unreachable spooler fails every call, as when the spooler service is down.
     void setReachable(bool reachable);
+    // A frozen spooler answers nothing: each call waits until it thaws, or fails after the time-out a real
+    // one would (a second, half a second for a cancel).
+    void setFrozen(bool frozen);
     // What happens to the printer's jobs created from now on; Complete by default.
     void setJobOutcome(const QString& printer, JobOutcome outcome);
-    // Ends a job that has not ended yet, as its printer would: printed (Completed) or not (Failed).
+    // Ends a released job that has not ended yet, as its printer would: printed (Completed) or not (Failed,
+    // or Interrupted once it has been processing).
     void finishJob(int jobId, bool printed);
 
     // Every job created so far, in creation order.

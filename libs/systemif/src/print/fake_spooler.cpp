@@ -1,12 +1,15 @@
 #include "systemif/print_fake.h"
 
 #include <algorithm>
+#include <condition_variable>
 
 namespace systemif {
 namespace print {
 
 struct FakeSpooler::State {
     std::mutex mutex;  // guards every member below
+    std::condition_variable thawed;
+    bool frozen = false;
     QList<SpoolerQueue> queues;  // in name order
     QMap<QString, JobOutcome> outcomes;
     QList<Job> jobs;
@@ -31,7 +34,19 @@ struct FakeSpooler::State {
 namespace {
 bool hasEnded(SpoolerJobState state)
 {
-    return state == SpoolerJobState::Completed || state == SpoolerJobState::Failed;
+    return state == SpoolerJobState::Completed || state == SpoolerJobState::Failed ||
+           state == SpoolerJobState::Interrupted;
+}
+
+// A frozen spooler answers nothing: a call waits as long as the real one would, then fails.
+const std::chrono::milliseconds kRequestTimeout(1000);
+const std::chrono::milliseconds kCancelTimeout(500);
+
+// Locks the state, waiting while the spooler is frozen; false when it stayed frozen past the timeout.
+bool answers(std::unique_lock<std::mutex>& lock, std::condition_variable& thawed, const bool& frozen,
+             std::chrono::milliseconds timeout)
+{
+    return thawed.wait_for(lock, timeout, [&] { return !frozen; });
 }
 }  // namespace
 
@@ -43,19 +58,28 @@ public:
 
     bool send(const Document& doc) override
     {
-        std::lock_guard<std::mutex> lock(m_state->mutex);
-        Job* job = m_state->job(m_id);
+        std::unique_lock<std::mutex> lock(m_state->mutex);
+        Job* job = answers(lock, m_state->thawed, m_state->frozen, kRequestTimeout) ? m_state->job(m_id) : nullptr;
         if (!m_state->reachable || !job) return false;
         job->bytes = doc.bytes();
         return true;
     }
 
+    bool release() override
+    {
+        std::unique_lock<std::mutex> lock(m_state->mutex);
+        Job* job = answers(lock, m_state->thawed, m_state->frozen, kRequestTimeout) ? m_state->job(m_id) : nullptr;
+        if (!m_state->reachable || !job) return false;
+        job->released = true;
+        return true;
+    }
+
     SpoolerJobState state() override
     {
-        std::lock_guard<std::mutex> lock(m_state->mutex);
-        Job* job = m_state->job(m_id);
+        std::unique_lock<std::mutex> lock(m_state->mutex);
+        Job* job = answers(lock, m_state->thawed, m_state->frozen, kRequestTimeout) ? m_state->job(m_id) : nullptr;
         if (!m_state->reachable || !job) return SpoolerJobState::Unknown;
-        if (hasEnded(job->state)) return job->state;
+        if (hasEnded(job->state) || !job->released) return job->state;
         const SpoolerQueue* queue = m_state->queue(job->printer);
         if (!queue) return job->state = SpoolerJobState::Failed;  // its printer was deleted
         if (queue->stopped) return SpoolerJobState::Stopped;
@@ -68,6 +92,7 @@ public:
         case JobOutcome::Refuse:
             break;
         }
+        job->began = true;
         return job->state = SpoolerJobState::Processing;
     }
 
@@ -119,6 +144,13 @@ void FakeSpooler::setAcceptingJobs(const QString& name, bool accepting)
     if (SpoolerQueue* queue = m_state->queue(name)) queue->acceptingJobs = accepting;
 }
 
+void FakeSpooler::setFrozen(bool frozen)
+{
+    std::lock_guard<std::mutex> lock(m_state->mutex);
+    m_state->frozen = frozen;
+    m_state->thawed.notify_all();
+}
+
 void FakeSpooler::setReachable(bool reachable)
 {
     std::lock_guard<std::mutex> lock(m_state->mutex);
@@ -135,7 +167,9 @@ void FakeSpooler::finishJob(int jobId, bool printed)
 {
     std::lock_guard<std::mutex> lock(m_state->mutex);
     Job* job = m_state->job(jobId);
-    if (job && !hasEnded(job->state)) job->state = printed ? SpoolerJobState::Completed : SpoolerJobState::Failed;
+    if (job && job->released && !hasEnded(job->state))
+        job->state = printed ? SpoolerJobState::Completed
+                             : job->began ? SpoolerJobState::Interrupted : SpoolerJobState::Failed;
 }
 
 QList<FakeSpooler::Job> FakeSpooler::jobs() const
@@ -156,14 +190,16 @@ QList<QByteArray> FakeSpooler::printed(const QString& printer) const
 
 bool FakeSpooler::queues(QList<SpoolerQueue>& queues)
 {
-    std::lock_guard<std::mutex> lock(m_state->mutex);
-    queues = m_state->reachable ? m_state->queues : QList<SpoolerQueue>();
-    return m_state->reachable;
+    std::unique_lock<std::mutex> lock(m_state->mutex);
+    const bool answered = answers(lock, m_state->thawed, m_state->frozen, kRequestTimeout) && m_state->reachable;
+    queues = answered ? m_state->queues : QList<SpoolerQueue>();
+    return answered;
 }
 
 std::unique_ptr<SpoolerJob> FakeSpooler::createJob(const QString& printer, const QString& docName)
 {
-    std::lock_guard<std::mutex> lock(m_state->mutex);
+    std::unique_lock<std::mutex> lock(m_state->mutex);
+    if (!answers(lock, m_state->thawed, m_state->frozen, kRequestTimeout)) return nullptr;
     const SpoolerQueue* queue = m_state->queue(printer);
     const JobOutcome outcome = m_state->outcomes.value(printer.toLower(), JobOutcome::Complete);
     if (!m_state->reachable || !queue || !queue->acceptingJobs || outcome == JobOutcome::Refuse) return nullptr;
@@ -178,12 +214,13 @@ std::unique_ptr<SpoolerJob> FakeSpooler::createJob(const QString& printer, const
 
 SpoolerCancel FakeSpooler::cancel(const QString& /*printer*/, int jobId)
 {
-    std::lock_guard<std::mutex> lock(m_state->mutex);
-    Job* job = m_state->job(jobId);
+    std::unique_lock<std::mutex> lock(m_state->mutex);
+    Job* job = answers(lock, m_state->thawed, m_state->frozen, kCancelTimeout) ? m_state->job(jobId) : nullptr;
     if (!m_state->reachable || !job) return SpoolerCancel::Failed;
     if (job->state == SpoolerJobState::Completed) return SpoolerCancel::AlreadyCompleted;
-    job->state = SpoolerJobState::Failed;
-    return SpoolerCancel::Cancelled;
+    if (!hasEnded(job->state)) job->state = job->began ? SpoolerJobState::Interrupted : SpoolerJobState::Failed;
+    ++job->cancels;
+    return job->began ? SpoolerCancel::CancelledWhilePrinting : SpoolerCancel::Cancelled;
 }
 
 }  // namespace print

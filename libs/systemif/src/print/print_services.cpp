@@ -16,7 +16,6 @@ namespace {
 // longest interval for jobs that wait on their printer.
 const std::chrono::milliseconds kFirstPollInterval(10);
 const std::chrono::milliseconds kLongestPollInterval(100);
-const int kUnansweredPollLimit = 3;  // a spooler that stops answering ends the wait
 
 bool printerRecords(QList<PRINTER_INFO_2W>& records)
 {
@@ -97,57 +96,71 @@ int PrintServics::printBySystemPrinter(const QString& printerName, const QString
                                        const JobCallback& callback)
 {
     PrintJobSlot* slot = PrintJobSlot::current();
-    if (slot) slot->begin();
     int jobId = 0;
-    // Reports the outcome unless a watchdog has taken the job over.
-    auto report = [&](bool done) {
-        if (slot && !slot->claimReport()) return;
-        if (callback) callback(jobId, printerName, done);
+    // Tells the outcome unless the job has been given up meanwhile.
+    auto report = [&](JobOutcome outcome, const char* reason) {
+        PrintJobSlot::Report told;
+        told.outcome = outcome;
+        told.jobId = jobId;
+        told.reason = QString::fromLatin1(reason);
+        if (slot && !slot->claimReport(told)) return;
+        if (callback) callback(jobId, printerName, outcome == JobOutcome::Printed);
     };
     Spooler* spooler = printBackend().spooler;
     std::unique_ptr<SpoolerJob> job = doc.size() > 0 ? spooler->createJob(printerName, docName) : nullptr;
     if (!job) {
-        report(false);
+        report(JobOutcome::Failed, doc.size() > 0 ? "the spooler did not take the job" : "nothing to print");
         return 0;
     }
     jobId = job->id();
-    if (slot && !slot->publish(spooler, printerName, jobId)) {
-        // A watchdog gave up on this job before it was known; it must not print behind its back.
-        spooler->cancel(printerName, jobId);
-        return jobId;
-    }
+    // Held until its document is there in full: a job given up now (or one whose document is cut off)
+    // can never print, whatever the spooler does later.
+    if (slot && !slot->publish(spooler, printerName, jobId)) return jobId;
     if (!job->send(doc)) {
         spooler->cancel(printerName, jobId);
-        report(false);
+        report(JobOutcome::Failed, "the spooler did not take the whole document");
         return jobId;
     }
+    if (slot && !slot->advance(PrintJobSlot::Stage::Released)) return jobId;
+    // Unanswered, the release may still have been done: the job is watched as if it had.
+    job->release();
     std::chrono::milliseconds interval = kFirstPollInterval;
-    for (int unanswered = 0;; interval = std::min(interval * 2, kLongestPollInterval)) {
-        if (slot && slot->claimed()) return jobId;
+    for (;; interval = std::min(interval * 2, kLongestPollInterval)) {
         switch (job->state()) {
         case SpoolerJobState::Completed:
-            report(true);
+            report(JobOutcome::Printed, "the printer took the whole job");
             return jobId;
         case SpoolerJobState::Failed:
-            report(false);
+            report(JobOutcome::Failed, "the spooler ended the job before it printed");
+            return jobId;
+        case SpoolerJobState::Interrupted:
+            report(JobOutcome::Unconfirmed, "the spooler ended the job while it was being sent to the printer");
             return jobId;
         case SpoolerJobState::Stopped:
-            // Cancelled, so that it does not print when the printer is started again after the caller
-            // has been told it failed.
-            report(spooler->cancel(printerName, jobId) == SpoolerCancel::AlreadyCompleted);
-            return jobId;
-        case SpoolerJobState::Unknown:
-            if (++unanswered >= kUnansweredPollLimit) {
-                report(false);
+            // Cancelled, so that it does not print when the queue is started again after the caller has
+            // been told it failed. Unanswered, the job stays in doubt like any other.
+            switch (spooler->cancel(printerName, jobId)) {
+            case SpoolerCancel::Cancelled:
+                report(JobOutcome::Failed, "its queue is stopped: cancelled before it printed");
                 return jobId;
+            case SpoolerCancel::CancelledWhilePrinting:
+                report(JobOutcome::Unconfirmed, "its queue was stopped while the job was being sent to the printer");
+                return jobId;
+            case SpoolerCancel::AlreadyCompleted:
+                report(JobOutcome::Printed, "the printer took the whole job");
+                return jobId;
+            case SpoolerCancel::Failed:
+                break;
             }
             break;
+        case SpoolerJobState::Unknown:
         case SpoolerJobState::Pending:
         case SpoolerJobState::Processing:
-            unanswered = 0;
+            // A spooler that does not answer keeps the job in doubt: only giving it up ends the wait.
             break;
         }
-        std::this_thread::sleep_for(interval);  // where a killed worker stops
+        if (slot && slot->claimed()) return jobId;
+        std::this_thread::sleep_for(interval);
     }
 }
 
@@ -164,9 +177,15 @@ QList<UsbDevice> PrintServics::allUsbPrinter()
     return printers;
 }
 
+bool PrintServics::beginWriting()
+{
+    PrintJobSlot* slot = PrintJobSlot::current();
+    return !slot || slot->advance(PrintJobSlot::Stage::Writing);
+}
+
 bool PrintServics::libusbPrint(const Document& doc, const UsbDevice* device)
 {
-    return device && printBackend().usbBus->write(*device, doc);
+    return device && beginWriting() && printBackend().usbBus->write(*device, doc);
 }
 
 QStringList PrintServics::collectUsbPrintSupportPrinters()
@@ -176,7 +195,7 @@ QStringList PrintServics::collectUsbPrintSupportPrinters()
 
 bool PrintServics::printByUsbPrintSupportPrinter(const Document& doc, const QString& model)
 {
-    return printBackend().usbPrintSupport->write(model, doc);
+    return beginWriting() && printBackend().usbPrintSupport->write(model, doc);
 }
 
 }  // namespace print

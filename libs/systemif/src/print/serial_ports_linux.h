@@ -11,7 +11,8 @@ namespace print {
 class SysfsSerialPorts : public SerialPorts {
 public:
     explicit SysfsSerialPorts(const QString& sysRoot = QStringLiteral("/sys"));
-    // True when, in sysfs, the tty's device or one of its ancestors belongs to the usb subsystem.
+    // True when the device's name is one only USB serial devices get (ttyUSB, ttyACM, udev's usb links),
+    // or when, in sysfs, the tty's device or one of its ancestors belongs to the usb subsystem.
     bool isUsbDevice(const QString& device) override;
     // True while the device node exists.
     bool isPresent(const QString& device) override;

@@ -1,7 +1,5 @@
 #include "spooler_cups.h"
 
-#include "no_cancel.h"
-
 #include <cups/cups.h>
 
 #include <algorithm>
@@ -13,6 +11,9 @@ namespace {
 
 const int kConnectTimeoutMs = 5000;
 const double kIoTimeoutSeconds = 5.0;
+// A cancel is asked for by whoever gives a job up, who must tell its caller within about a second: a
+// scheduler that has not answered by then is asked again later.
+const int kCancelTimeoutMs = 500;
 
 struct IppDeleter {
     void operator()(ipp_t* ipp) const { ippDelete(ipp); }
@@ -21,16 +22,14 @@ using IppPtr = std::unique_ptr<ipp_t, IppDeleter>;
 
 class CupsConnection {
 public:
-    CupsConnection()
+    explicit CupsConnection(int timeoutMs = kConnectTimeoutMs)
     {
-        m_http = httpConnect2(cupsServer(), ippPort(), nullptr, AF_UNSPEC, cupsEncryption(), 1, kConnectTimeoutMs,
-                              nullptr);
+        m_http = httpConnect2(cupsServer(), ippPort(), nullptr, AF_UNSPEC, cupsEncryption(), 1, timeoutMs, nullptr);
         // Without a callback, an exchange that hears nothing for this long fails instead of waiting on.
-        if (m_http) httpSetTimeout(m_http, kIoTimeoutSeconds, nullptr, nullptr);
+        if (m_http) httpSetTimeout(m_http, std::min(kIoTimeoutSeconds, timeoutMs / 1000.0), nullptr, nullptr);
     }
     ~CupsConnection()
     {
-        NoCancelScope noCancel;
         if (m_http) httpClose(m_http);
     }
     CupsConnection(const CupsConnection&) = delete;
@@ -74,15 +73,34 @@ QByteArray printerUri(const QByteArray& printer)
     return uri;
 }
 
-// The job's IPP state, 0 when the scheduler could not say.
-int jobState(const CupsConnection& connection, int jobId)
+struct JobStatus {
+    int state = 0;         // the IPP job-state, 0 when the scheduler could not say
+    bool began = false;    // it has been processing: its backend ran and may have sent bytes
+};
+
+JobStatus jobStatus(const CupsConnection& connection, int jobId)
 {
+    static const char* const kAttributes[] = {"job-state", "time-at-processing"};
     ipp_t* request = newRequest(IPP_OP_GET_JOB_ATTRIBUTES, "job-uri", jobUri(jobId));
-    ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "requested-attributes", nullptr, "job-state");
+    ippAddStrings(request, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "requested-attributes", 2, nullptr, kAttributes);
     const IppPtr response = connection.exchange(request);
-    if (!succeeded(response)) return 0;
+    JobStatus status;
+    if (!succeeded(response)) return status;
     ipp_attribute_t* state = ippFindAttribute(response.get(), "job-state", IPP_TAG_ENUM);
-    return state ? ippGetInteger(state, 0) : 0;
+    status.state = state ? ippGetInteger(state, 0) : 0;
+    // No value until the job begins processing.
+    ipp_attribute_t* began = ippFindAttribute(response.get(), "time-at-processing", IPP_TAG_INTEGER);
+    status.began = began && ippGetInteger(began, 0) > 0;
+    return status;
+}
+
+// What a cancel left of a job that has ended: 0 when the scheduler could not say.
+SpoolerCancel endedAs(const JobStatus& status)
+{
+    if (status.state == IPP_JSTATE_COMPLETED) return SpoolerCancel::AlreadyCompleted;
+    if (status.state == IPP_JSTATE_CANCELED || status.state == IPP_JSTATE_ABORTED)
+        return status.began ? SpoolerCancel::CancelledWhilePrinting : SpoolerCancel::Cancelled;
+    return SpoolerCancel::Failed;
 }
 
 // Whether the printer is stopped; false also when the scheduler could not say (the job's own state then
@@ -109,7 +127,6 @@ public:
 
     bool send(const Document& doc) override
     {
-        NoCancelScope noCancel;
         http_t* http = m_connection->http();
         if (cupsStartDocument(http, m_printer.constData(), m_id, m_docName.constData(), CUPS_FORMAT_RAW, 1) !=
             HTTP_STATUS_CONTINUE)
@@ -122,10 +139,15 @@ public:
         return cupsFinishDocument(http, m_printer.constData()) <= IPP_STATUS_OK_CONFLICTING;
     }
 
+    bool release() override
+    {
+        return succeeded(m_connection->exchange(newRequest(IPP_OP_RELEASE_JOB, "job-uri", jobUri(m_id))));
+    }
+
     SpoolerJobState state() override
     {
-        NoCancelScope noCancel;
-        switch (jobState(*m_connection, m_id)) {
+        const JobStatus status = jobStatus(*m_connection, m_id);
+        switch (status.state) {
         case IPP_JSTATE_PENDING:
         case IPP_JSTATE_HELD:
             return printerStopped(*m_connection, m_printer) ? SpoolerJobState::Stopped : SpoolerJobState::Pending;
@@ -135,7 +157,7 @@ public:
             return SpoolerJobState::Stopped;
         case IPP_JSTATE_CANCELED:
         case IPP_JSTATE_ABORTED:
-            return SpoolerJobState::Failed;
+            return status.began ? SpoolerJobState::Interrupted : SpoolerJobState::Failed;
         case IPP_JSTATE_COMPLETED:
             return SpoolerJobState::Completed;
         default:
@@ -160,7 +182,6 @@ QString stringOf(ipp_attribute_t* attribute)
 
 bool CupsSpooler::queues(QList<SpoolerQueue>& queues)
 {
-    NoCancelScope noCancel;
     queues.clear();
     CupsConnection connection;
     if (!connection) return false;
@@ -213,33 +234,26 @@ bool CupsSpooler::queues(QList<SpoolerQueue>& queues)
 
 std::unique_ptr<SpoolerJob> CupsSpooler::createJob(const QString& printer, const QString& docName)
 {
-    NoCancelScope noCancel;
     auto connection = std::make_unique<CupsConnection>();
     if (!*connection) return nullptr;
     const QByteArray name = printer.toUtf8();
     const QByteArray title = docName.toUtf8();
-    const int id = cupsCreateJob(connection->http(), name.constData(), title.constData(), 0, nullptr);
+    // Held until release(): a job whose document never arrives in full can never print.
+    cups_option_t hold = {const_cast<char*>("job-hold-until"), const_cast<char*>("indefinite")};
+    const int id = cupsCreateJob(connection->http(), name.constData(), title.constData(), 1, &hold);
     if (id <= 0) return nullptr;
     return std::make_unique<CupsJob>(std::move(connection), name, title, id);
 }
 
 SpoolerCancel CupsSpooler::cancel(const QString& printer, int jobId)
 {
-    NoCancelScope noCancel;
-    CupsConnection connection;
+    CupsConnection connection(kCancelTimeoutMs);
     if (!connection) return SpoolerCancel::Failed;
     const ipp_status_t status = cupsCancelJob2(connection.http(), printer.toUtf8().constData(), jobId, 0);
-    if (status <= IPP_STATUS_OK_CONFLICTING) return SpoolerCancel::Cancelled;
-    // Refused: the job has ended already, one way or the other.
-    switch (jobState(connection, jobId)) {
-    case IPP_JSTATE_COMPLETED:
-        return SpoolerCancel::AlreadyCompleted;
-    case IPP_JSTATE_CANCELED:
-    case IPP_JSTATE_ABORTED:
-        return SpoolerCancel::Cancelled;
-    default:
-        return SpoolerCancel::Failed;
-    }
+    if (status > IPP_STATUS_OK_CONFLICTING && status != IPP_STATUS_ERROR_NOT_POSSIBLE)
+        return SpoolerCancel::Failed;  // unanswered, or refused for a reason other than the job having ended
+    // Cancelled now or refused because it had ended: how it ended says what may have reached the printer.
+    return endedAs(jobStatus(connection, jobId));
 }
 
 }  // namespace print

@@ -10,9 +10,9 @@ namespace systemif {
 namespace print {
 
 // Every call opens a connection of its own (a job keeps its connection until it is destroyed), never
-// libcups' shared per-thread one, so a killed print worker takes nothing with it that others use. Calls
-// run to their end even when their thread is being killed (see no_cancel.h) and give up after a few
-// seconds of silence from the scheduler, so a kill takes effect at most that much later.
+// libcups' shared per-thread one, so a print worker that is given up and left to finish takes nothing with
+// it that others use. Calls give up after a few seconds of silence from the scheduler (a cancel after half
+// a second), so a worker left to finish ends soon after.
 class CupsSpooler : public Spooler {
 public:
     bool queues(QList<SpoolerQueue>& queues) override;

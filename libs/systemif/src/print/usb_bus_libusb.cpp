@@ -1,7 +1,5 @@
 #include "usb_bus_libusb.h"
 
-#include "no_cancel.h"
-
 #include <usb.h>
 
 #include <algorithm>
@@ -70,7 +68,6 @@ public:
     explicit UsbHandle(struct usb_device* device) : m_handle(usb_open(device)) {}
     ~UsbHandle()
     {
-        NoCancelScope noCancel;
         if (m_claimed >= 0) usb_release_interface(m_handle, m_claimed);
         if (m_handle) usb_close(m_handle);
     }
@@ -97,7 +94,6 @@ private:
 
 QList<UsbDevice> LibusbBus::devices()
 {
-    NoCancelScope noCancel;
     std::lock_guard<std::mutex> lock(g_libusbMutex);
     rescan();
     QList<UsbDevice> devices;
@@ -108,7 +104,6 @@ QList<UsbDevice> LibusbBus::devices()
 
 bool LibusbBus::write(const UsbDevice& wanted, const Document& doc)
 {
-    NoCancelScope noCancel;
     std::lock_guard<std::mutex> lock(g_libusbMutex);
     rescan();
     for (struct usb_bus* bus = usb_get_busses(); bus; bus = bus->next) {

@@ -1,19 +1,20 @@
 #include "usb_print_support_linux.h"
 
-#include "no_cancel.h"
-
 #include <QDir>
 
 #include <algorithm>
 #include <cerrno>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 namespace systemif {
 namespace print {
 
 namespace {
+
+const int kStallTimeoutMs = 5000;  // a write that makes no progress for this long fails
 
 int lpNumber(const QString& name)
 {
@@ -27,7 +28,6 @@ public:
     explicit FileDescriptor(int fd) : m_fd(fd) {}
     ~FileDescriptor()
     {
-        NoCancelScope noCancel;
         if (m_fd >= 0) ::close(m_fd);
     }
     FileDescriptor(const FileDescriptor&) = delete;
@@ -57,15 +57,19 @@ QStringList UsblpPrintSupport::printers()
 bool UsblpPrintSupport::write(const QString& printer, const Document& doc)
 {
     if (!printers().contains(printer)) return false;
-    // The write is left cancellable: a printer out of paper blocks it, and the watchdog must be able to
-    // end the worker; the descriptor is closed on the way out.
-    FileDescriptor fd(::open(printer.toLocal8Bit().constData(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+    // Non-blocking: a printer out of paper stops taking data, and the worker must get its thread back.
+    FileDescriptor fd(::open(printer.toLocal8Bit().constData(), O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     if (fd.get() < 0) return false;
     for (int offset = 0; offset < doc.size();) {
         const ssize_t written = ::write(fd.get(), doc.data() + offset, static_cast<size_t>(doc.size() - offset));
+        if (written > 0) {
+            offset += static_cast<int>(written);
+            continue;
+        }
         if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        offset += static_cast<int>(written);
+        if (written == 0 || (errno != EAGAIN && errno != EWOULDBLOCK)) return false;
+        pollfd ready{fd.get(), POLLOUT, 0};
+        if (::poll(&ready, 1, kStallTimeoutMs) <= 0) return false;  // no progress for that long
     }
     return true;
 }

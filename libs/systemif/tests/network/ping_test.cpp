@@ -48,6 +48,8 @@ TEST_F(Ping, LoopbackAnswersEveryRequestByAddressOrName)
     EXPECT_EQ(named.sent, 2u);
     EXPECT_EQ(named.lost, 0u);
     EXPECT_TRUE(systemif::network::checkPing(QStringLiteral(" 127.0.0.1 ")));  // stray blanks from a settings file
+    // A printer on an IPv6 address, as its queue's URI gives it, with or without brackets.
+    for (const char* v6 : {"::1", "[::1]"}) EXPECT_TRUE(systemif::network::checkPing(QString::fromLatin1(v6))) << v6;
 }
 
 TEST_F(Ping, ConcurrentPingsEachGetTheirOwnReplies)

@@ -3,8 +3,6 @@
 #include "systemif/print.h"
 #include "systemif/print_fake.h"
 
-#include "thread_kill.h"
-
 #include <gtest/gtest.h>
 
 #include <QThread>
@@ -18,7 +16,6 @@
 #include <vector>
 
 using namespace systemif::print;
-using Outcome = PrintJobSlot::Outcome;
 
 namespace {
 
@@ -94,16 +91,15 @@ protected:
         return false;
     }
 
-    // A worker killed while it waits for the spooler's `job`th job, which the spooler holds.
-    std::unique_ptr<Worker> killedWorker(int job)
+    // A worker whose job the spooler keeps processing, given up (claimed) while it waits.
+    std::unique_ptr<Worker> givenUpWorker(int job)
     {
         fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
         auto worker = std::make_unique<Worker>("Kitchen", bytes, reports);
         worker->start();
         EXPECT_TRUE(jobsArrive(job));
-        worker->terminate();
-        EXPECT_TRUE(worker->wait(5000));
-        EXPECT_EQ(worker->returned, -1) << "the worker was killed while it waited";
+        while (fake.spooler.jobs()[job - 1].state != SpoolerJobState::Processing) std::this_thread::yield();
+        EXPECT_TRUE(worker->slot.claim());
         return worker;
     }
 
@@ -170,55 +166,48 @@ TEST_F(SystemPrinterJob, JobOnAStoppedPrinterIsReportedNotDoneAndCancelled)
     EXPECT_EQ(fake.spooler.jobs()[0].state, SpoolerJobState::Failed) << "it will not print when started again";
 }
 
-TEST_F(SystemPrinterJob, SpoolerThatStopsAnsweringEndsTheWaitNotDone)
-{
-    expectWaitEndsNotDoneWhen([this] { fake.spooler.setReachable(false); });
-}
-
 TEST_F(SystemPrinterJob, JobWhosePrinterIsDeletedWhileItWaitsIsReportedNotDone)
 {
     expectWaitEndsNotDoneWhen([this] { fake.spooler.removeQueue("Kitchen"); });
 }
 
-// The watchdog's cancel of a killed worker's job: cancelled while it waits, completed when it printed in the
-// meantime, failed when the spooler cannot be asked; the watchdog reports, never the killed worker.
-TEST_F(SystemPrinterJob, KilledWorkersJobIsCancelledUnlessItPrintedAndLeftToTheWatchdogToReport)
+// A job given up while it prints: cancelled, and told by whoever gave it up by what may still come of it;
+// its worker stops by itself without telling.
+TEST_F(SystemPrinterJob, GivenUpJobIsCancelledAndToldByWhatMayStillPrint)
 {
-    SB_SKIP_IF_THREAD_KILL_UNSUPPORTED();
-    const auto waiting = killedWorker(1);
-    EXPECT_EQ(waiting->slot.cancel(), Outcome::Cancelled);
-    EXPECT_EQ(fake.spooler.jobs()[0].state, SpoolerJobState::Failed);
+    const auto processing = givenUpWorker(1);
+    EXPECT_EQ(processing->slot.settle().outcome, JobOutcome::Unconfirmed) << "its bytes were on their way";
+    EXPECT_EQ(fake.spooler.jobs()[0].state, SpoolerJobState::Interrupted);
 
-    const auto printed = killedWorker(2);
+    const auto printed = givenUpWorker(2);
     fake.spooler.finishJob(fake.spooler.jobs()[1].id, true);
-    EXPECT_EQ(printed->slot.cancel(), Outcome::Completed);
+    EXPECT_EQ(printed->slot.settle().outcome, JobOutcome::Printed);
 
-    const auto unreachable = killedWorker(3);
+    const auto unanswered = givenUpWorker(3);
     fake.spooler.setReachable(false);
-    EXPECT_EQ(unreachable->slot.cancel(), Outcome::CancelFailed);
-    EXPECT_TRUE(reports.all().empty());
+    EXPECT_EQ(unanswered->slot.settle().outcome, JobOutcome::Unconfirmed);
+    EXPECT_TRUE(unanswered->slot.cancelPending()) << "to be cancelled once the spooler answers again";
+    fake.spooler.setReachable(true);
+    EXPECT_EQ(unanswered->slot.settle().outcome, JobOutcome::Unconfirmed);
+    EXPECT_FALSE(unanswered->slot.cancelPending());
+    EXPECT_EQ(fake.spooler.jobs()[2].cancels, 1);
+
+    for (Worker* worker : {processing.get(), printed.get(), unanswered.get()})
+        EXPECT_TRUE(worker->wait(5000)) << "a given-up worker stops waiting by itself";
+    EXPECT_TRUE(reports.all().empty()) << "only whoever gave the jobs up tells them";
 }
 
-TEST_F(SystemPrinterJob, CancelWhileTheWorkerStillWaitsSilencesTheWorker)
+TEST_F(SystemPrinterJob, JobGivenUpBeforeItReachedTheSpoolerFailsAndAToldJobCannotBeGivenUp)
 {
-    fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
-    Worker worker("Kitchen", bytes, reports);
-    worker.start();
-    ASSERT_TRUE(jobsArrive(1));
-    EXPECT_EQ(worker.slot.cancel(), Outcome::Cancelled);
-    ASSERT_TRUE(worker.wait(5000)) << "the worker stops waiting by itself";
-    EXPECT_EQ(worker.returned, fake.spooler.jobs()[0].id);
-    EXPECT_TRUE(reports.all().empty()) << "only the canceller reports";
-}
+    PrintJobSlot unsent;
+    ASSERT_TRUE(unsent.claim());
+    EXPECT_EQ(unsent.settle().outcome, JobOutcome::Failed);
+    EXPECT_FALSE(unsent.claim()) << "given up once";
 
-TEST_F(SystemPrinterJob, CancelAfterTheWorkerReportedSaysSoUntilTheSlotIsCleared)
-{
-    EXPECT_EQ(PrintJobSlot().cancel(), Outcome::NoJob);
     Worker worker("Kitchen", bytes, reports);
     worker.start();
     ASSERT_TRUE(worker.wait(5000));
     ASSERT_EQ(reports.all().size(), 1u);
-    EXPECT_EQ(worker.slot.cancel(), Outcome::AlreadyReported);
-    worker.slot.clear();
-    EXPECT_EQ(worker.slot.cancel(), Outcome::NoJob);
+    EXPECT_FALSE(worker.slot.claim()) << "told already";
+    EXPECT_EQ(worker.slot.report().outcome, JobOutcome::Printed);
 }

@@ -128,13 +128,16 @@ protected:
     QTemporaryDir m_sys;
 };
 
-TEST_F(SysfsTree, TtyBelowAUsbDeviceIsAVirtualComPortAndPresentWhileItsNodeExists)
+// A USB adapter is known by sysfs while it is plugged in, and by the name only USB serial devices get once
+// it is unplugged, so that its printer then shows as not connected.
+TEST_F(SysfsTree, TtyBelowAUsbDeviceOrWithAUsbSerialNameIsAVirtualComPortAndPresentWhileItsNodeExists)
 {
     SysfsSerialPorts ports(m_sys.path());
-    EXPECT_TRUE(ports.isUsbDevice("/dev/ttyUSB0"));
-    EXPECT_FALSE(ports.isUsbDevice("/dev/ttyS0"));
-    EXPECT_FALSE(ports.isUsbDevice("/dev/ttyACM7")) << "not in sysfs";
-    EXPECT_FALSE(ports.isUsbDevice("/dev/.."));
+    for (const char* usb : {"/dev/ttyUSB0", "/dev/ttyACM7", "/dev/serial/by-id/usb-POS_Printer-if00-port0",
+                            "/dev/serial/by-path/pci-0000:00:14.0-usb-0:2:1.0-port0"})
+        EXPECT_TRUE(ports.isUsbDevice(usb)) << usb;
+    for (const char* other : {"/dev/ttyS0", "/dev/ttyS5", "/dev/..", "/dev/serial/by-path/platform-serial8250"})
+        EXPECT_FALSE(ports.isUsbDevice(other)) << other;
 
     const QString node = m_sys.filePath("dev/ttyUSB0");
     EXPECT_FALSE(ports.isPresent(node));

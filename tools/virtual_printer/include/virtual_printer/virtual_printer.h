@@ -6,10 +6,14 @@
 // as a real one does.
 //
 // Faults on demand, also while it runs:
-//   hang    connections are accepted and never read (a printer that is jammed or out of paper); when the
-//           hang ends, what those connections sent is dropped unread
-//   refuse  the listening socket is closed, so connections are refused (a printer switched off); when the
-//           refusal ends, the same port is listened on again
+//   hang        connections are accepted and never read, nor closed (a printer that is jammed or out of
+//               paper); when the hang ends, by a call or after the time given, what those connections sent
+//               is read and printed, as a printer prints its buffer once it is cleared
+//   stall N     each connection is read for its first N bytes only, then hangs (a jam in mid-job)
+//   close late  after the peer has sent its last byte the printer waits a while before it closes the
+//               connection (one that is slow to say it is done)
+//   refuse      the listening socket is closed, so connections are refused (a printer switched off); when
+//               the refusal ends, the same port is listened on again
 //
 // Serving runs on a thread of its own; every member function is safe to call from any thread.
 
@@ -26,6 +30,9 @@ struct Options {
     int port = 0;                                  // 0: a free port, chosen at start
     std::string outDir;                            // made when missing
     bool hang = false;
+    std::chrono::milliseconds resumeAfter{0};      // a hang ends by itself after this long; 0: never
+    long long stallAfter = -1;                     // bytes read of each connection before it hangs; -1: all
+    std::chrono::milliseconds closeDelay{0};       // wait after the last byte before closing
     bool refuse = false;
     std::chrono::milliseconds idleGap{1000};       // a job ends after this long without data
 };
@@ -55,8 +62,13 @@ public:
     void stop();
 
     int port() const;
-    void setHang(bool hang);
+    // Hangs or resumes; a hang with a positive `resumeAfter` ends by itself.
+    void setHang(bool hang, std::chrono::milliseconds resumeAfter = std::chrono::milliseconds(0));
     bool hanging() const;
+    // Connections accepted from now on hang after `bytes` (-1: never).
+    void setStallAfter(long long bytes);
+    // Connections close this long after their last byte.
+    void setCloseDelay(std::chrono::milliseconds delay);
     // False with a message in `error` when the port cannot be listened on again.
     bool setRefuse(bool refuse, std::string* error = nullptr);
     bool refusing() const;
