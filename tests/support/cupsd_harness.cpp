@@ -63,6 +63,11 @@ QString CupsdHarness::socketUri(int port)
     return QStringLiteral("socket://127.0.0.1:%1").arg(port);
 }
 
+QString CupsdHarness::escposUri(int port)
+{
+    return QStringLiteral("escpos://127.0.0.1:%1").arg(port);
+}
+
 CupsdHarness::CupsdHarness() = default;
 
 CupsdHarness::~CupsdHarness()
@@ -97,6 +102,7 @@ bool CupsdHarness::writeConfiguration()
     }
     // The backends run as "lp" and must reach the spool directory below this one.
     ::chmod(QFile::encodeName(root).constData(), 0755);
+    if (!writeServerBin()) return false;
 
     const QString cupsd = QStringLiteral(
                               "Listen %1/cups.sock\n"
@@ -109,6 +115,7 @@ bool CupsdHarness::writeConfiguration()
                               .arg(root);
     const QString files = QStringLiteral(
                               "ServerRoot %1/etc\n"
+                              "ServerBin %1/lib\n"
                               "RequestRoot %1/spool\n"
                               "CacheDir %1/cache\n"
                               "StateDir %1/state\n"
@@ -124,6 +131,29 @@ bool CupsdHarness::writeConfiguration()
             m_error = QStringLiteral("cannot write %1").arg(file.fileName());
             return false;
         }
+    }
+    return true;
+}
+
+bool CupsdHarness::writeServerBin()
+{
+    // The machine's CUPS programs, and beside its backends the escpos backend of this build.
+    const QString lib = dir() + QStringLiteral("/lib");
+    const QString system = QStringLiteral("/usr/lib/cups");
+    if (!QDir().mkpath(lib + QStringLiteral("/backend"))) {
+        m_error = QStringLiteral("cannot make %1/backend").arg(lib);
+        return false;
+    }
+    for (const QString& sub : QDir(system).entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+        if (sub != QLatin1String("backend")) QFile::link(system + QLatin1Char('/') + sub, lib + QLatin1Char('/') + sub);
+    const QDir backends(system + QStringLiteral("/backend"));
+    for (const QString& name : backends.entryList(QDir::Files | QDir::System))
+        QFile::link(backends.filePath(name), lib + QStringLiteral("/backend/") + name);
+    const QString escpos = lib + QStringLiteral("/backend/escpos");
+    if (!QFile::copy(QStringLiteral(SB_ESCPOS_BACKEND), escpos) ||
+        ::chmod(QFile::encodeName(escpos).constData(), 0755) != 0) {
+        m_error = QStringLiteral("cannot install the escpos backend in %1").arg(escpos);
+        return false;
     }
     return true;
 }

@@ -8,8 +8,8 @@
 //   ASSERT_TRUE(cups.addRawQueue("Kitchen", CupsdHarness::socketUri(printer.port())));
 //
 // While it runs, CUPS_SERVER names its socket, so every CUPS client of the process (and of the programs it
-// starts) talks to it. Queues are raw: jobs reach the device byte for byte. The socket backend waits after
-// the data for the printer to close the connection, which is how a job is known to have been taken.
+// starts) talks to it. Queues are raw: jobs reach the device byte for byte. Its backends are the machine's,
+// and the escpos backend of this build.
 // Works as root (cupsd runs its backends as the "lp" user, so the directory is made world-readable).
 
 #include <QProcess>
@@ -33,6 +33,8 @@ public:
     static QString unavailableReason();
     // The device URI of a raw socket printer on 127.0.0.1:port.
     static QString socketUri(int port);
+    // The same printer through the escpos backend of this build, which confirms each job with the printer.
+    static QString escposUri(int port);
 
     CupsdHarness();
     // Stops cupsd if it runs.
@@ -70,6 +72,7 @@ public:
 private:
     bool runTool(const QString& program, const QStringList& arguments);
     bool writeConfiguration();
+    bool writeServerBin();
     bool waitUntilAnswering();
 
     std::unique_ptr<QTemporaryDir> m_dir;

@@ -38,6 +38,9 @@ const char kUsage[] =
     "  --stall BYTES        read the first BYTES of each job, then stop reading (a jam in mid-job)\n"
     "  --close-late S       close each connection S seconds after its last byte\n"
     "  --refuse             refuse connections (switched off)\n"
+    "  --status STATE       what it answers to status requests (DLE EOT): ready (default),\n"
+    "                       paper-near-end, paper-out, cover-open, offline, error, or silent\n"
+    "                       (no answer, as a printer without a way back)\n"
     "\n"
     "While it runs, lines on stdin change the faults; each change is confirmed on stdout:\n"
     "  hang [S]             as --hang (resuming after S seconds when given)    \"hang on\"\n"
@@ -45,6 +48,7 @@ const char kUsage[] =
     "  stall BYTES|off      as --stall, for connections from now on           \"stall BYTES\"/\"stall off\"\n"
     "  close-late S|off     as --close-late                                    \"close-late S\"/\"close-late off\"\n"
     "  refuse / accept      refuse connections, or listen again                 \"refuse on\"/\"refuse off\"\n"
+    "  status STATE         as --status                                         \"status STATE\"\n"
     "  quit                 end\n"
     "signals:\n"
     "  SIGUSR1              hang, or resume when hanging\n"
@@ -132,6 +136,7 @@ bool command(virtual_printer::VirtualPrinter& printer, const std::string& line)
     const std::string name = line.substr(0, space);
     const std::string value = space == std::string::npos ? std::string() : line.substr(space + 1);
     int number = 0;
+    virtual_printer::Status status;
     const bool off = value == "off";
     if (name == "hang" && (value.empty() || parseNumber(value.c_str(), 1, 86400, &number))) {
         setHang(printer, true, number);
@@ -143,6 +148,9 @@ bool command(virtual_printer::VirtualPrinter& printer, const std::string& line)
     } else if (name == "close-late" && (off || parseNumber(value.c_str(), 1, 86400, &number))) {
         printer.setCloseDelay(std::chrono::seconds(off ? 0 : number));
         confirm("close-late " + (off ? value : std::to_string(number)));
+    } else if (name == "status" && virtual_printer::statusFromName(value, &status)) {
+        printer.setStatus(status);
+        confirm("status " + value);
     } else if (line == "refuse") {
         setRefuse(printer, true);
     } else if (line == "accept") {
@@ -194,6 +202,9 @@ int main(int argc, char** argv)
             options.closeDelay = std::chrono::seconds(number);
         } else if (arg == "--refuse") {
             options.refuse = true;
+        } else if (arg == "--status" && hasValue) {
+            if (!virtual_printer::statusFromName(argv[++i], &options.status))
+                return usageError("bad --status: " + std::string(argv[i]));
         } else if (arg == "--help" || arg == "-h") {
             std::fputs(kUsage, stdout);
             return 0;

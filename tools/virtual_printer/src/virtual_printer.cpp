@@ -85,13 +85,15 @@ bool writeAll(int fd, const char* data, size_t size)
 
 struct Connection {
     Fd socket;
+    int statusRequest = 0;       // bytes of a DLE EOT n request seen so far (0 to 2)
     bool hung = false;           // accepted or caught by a hang, or stalled: not read
     long long readLimit = -1;    // bytes to read before it stalls; -1: all
     bool ended = false;          // the peer has sent its last byte; the connection closes at closeAt
     Clock::time_point closeAt;
     Fd file;                     // where the job's bytes go; open from the first byte on
     fs::path filePath;
-    long long size = 0;
+    long long size = 0;          // bytes read, status requests included
+    long long saved = 0;         // bytes of the job
     Clock::time_point lastData;
 };
 
@@ -107,6 +109,7 @@ class VirtualPrinter::Server {
 public:
     explicit Server(const Options& options)
         : m_options(options),
+          m_status(options.status),
           m_wantHang(options.hang),
           m_resumeAfter(options.resumeAfter),
           m_stallAfter(options.stallAfter),
@@ -186,6 +189,12 @@ public:
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_closeDelay = delay;
+    }
+
+    void setStatus(Status status)
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_status = status;
     }
 
     bool hanging() const
@@ -365,19 +374,22 @@ private:
                 want = static_cast<size_t>(std::min<long long>(want, connection.readLimit - connection.size));
             const ssize_t got = ::recv(connection.socket.get(), buffer, want, 0);
             if (got > 0) {
+                const std::string kept = takeStatusRequests(connection, buffer, static_cast<size_t>(got));
+                connection.lastData = Clock::now();
+                connection.size += got;
+                if (kept.empty()) continue;
                 if (connection.file.get() < 0) {
                     connection.filePath = fs::path(m_options.outDir) / (".receiving-" + std::to_string(++m_received));
                     connection.file =
                         Fd(::open(connection.filePath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
                 }
-                if (connection.file.get() < 0 || !writeAll(connection.file.get(), buffer, static_cast<size_t>(got))) {
+                connection.saved += static_cast<long long>(kept.size());
+                if (connection.file.get() < 0 || !writeAll(connection.file.get(), kept.data(), kept.size())) {
                     std::fprintf(stderr, "sb-virtual-printer: cannot save a job in %s: %s\n", m_options.outDir.c_str(),
                                  std::strerror(errno));
                     dropUnread(connection);
                     return false;
                 }
-                connection.size += got;
-                connection.lastData = Clock::now();
                 continue;
             }
             if (got < 0 && errno == EINTR) continue;
@@ -398,6 +410,48 @@ private:
         }
     }
 
+    // Answers the status requests among the bytes and returns the others, the job's. A request cut in two
+    // by the reads is held until its end arrives.
+    std::string takeStatusRequests(Connection& connection, const char* data, size_t size)
+    {
+        static const char kRequest[] = {0x10, 0x04};
+        std::string kept;
+        for (size_t i = 0; i < size; ++i) {
+            const char byte = data[i];
+            if (connection.statusRequest < 2 && byte == kRequest[connection.statusRequest]) {
+                ++connection.statusRequest;
+                continue;
+            }
+            if (connection.statusRequest == 2 && byte >= 1 && byte <= 4) {
+                connection.statusRequest = 0;
+                answer(connection, byte);
+                continue;
+            }
+            kept.append(kRequest, static_cast<size_t>(connection.statusRequest));
+            connection.statusRequest = 0;
+            if (byte == kRequest[0]) {
+                connection.statusRequest = 1;
+                continue;
+            }
+            kept += byte;
+        }
+        return kept;
+    }
+
+    void answer(Connection& connection, int n)
+    {
+        Status status;
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            status = m_status;
+        }
+        const int reply = statusAnswer(status, n);
+        if (reply < 0) return;
+        const char byte = static_cast<char>(reply);
+        // A status answer is one byte: the socket's buffer always has room for it.
+        static_cast<void>(::send(connection.socket.get(), &byte, 1, MSG_NOSIGNAL | MSG_DONTWAIT));
+    }
+
     void finish(Connection& connection)
     {
         connection.socket.reset();
@@ -405,7 +459,7 @@ private:
         connection.file.reset();
         char name[32];
         std::snprintf(name, sizeof name, "job-%04d.bin", m_nextJob);
-        const SavedJob job{m_nextJob, (fs::path(m_options.outDir) / name).string(), connection.size};
+        const SavedJob job{m_nextJob, (fs::path(m_options.outDir) / name).string(), connection.saved};
         std::error_code error;
         fs::rename(connection.filePath, job.path, error);
         if (error) {
@@ -483,6 +537,7 @@ private:
     Fd m_listen;
     int m_port = 0;
     bool m_stopping = false;
+    Status m_status;
     bool m_wantHang;
     bool m_hanging = false;
     std::chrono::milliseconds m_resumeAfter;
@@ -498,6 +553,51 @@ private:
     int m_jobs = 0;
     int m_connections = 0;
 };
+
+namespace {
+struct StatusAnswers {
+    Status status;
+    const char* name;
+    unsigned char answers[4];  // to DLE EOT 1 (printer), 2 (offline cause), 3 (error cause), 4 (paper)
+};
+// Fixed bits 1 and 4 (0x12) in every answer; offline is bit 3 of the first; cover open bit 2, paper end
+// bit 5 and error bit 6 of the second; paper near end bits 2-3 and paper end bits 5-6 of the fourth.
+const StatusAnswers kStatuses[] = {
+    {Status::Ready, "ready", {0x12, 0x12, 0x12, 0x12}},
+    {Status::PaperNearEnd, "paper-near-end", {0x12, 0x12, 0x12, 0x1e}},
+    {Status::PaperOut, "paper-out", {0x1a, 0x32, 0x12, 0x72}},
+    {Status::CoverOpen, "cover-open", {0x1a, 0x16, 0x12, 0x12}},
+    {Status::Offline, "offline", {0x1a, 0x12, 0x12, 0x12}},
+    {Status::Error, "error", {0x1a, 0x52, 0x52, 0x12}},
+    {Status::Silent, "silent", {0, 0, 0, 0}},
+};
+}  // namespace
+
+const char* statusName(Status status)
+{
+    for (const StatusAnswers& entry : kStatuses)
+        if (entry.status == status) return entry.name;
+    return "";
+}
+
+bool statusFromName(const std::string& name, Status* status)
+{
+    for (const StatusAnswers& entry : kStatuses) {
+        if (name == entry.name) {
+            *status = entry.status;
+            return true;
+        }
+    }
+    return false;
+}
+
+int statusAnswer(Status status, int n)
+{
+    if (status == Status::Silent || n < 1 || n > 4) return -1;
+    for (const StatusAnswers& entry : kStatuses)
+        if (entry.status == status) return entry.answers[n - 1];
+    return -1;
+}
 
 VirtualPrinter::VirtualPrinter(const Options& options) : m_server(std::make_unique<Server>(options)) {}
 
@@ -536,6 +636,11 @@ void VirtualPrinter::setStallAfter(long long bytes)
 void VirtualPrinter::setCloseDelay(std::chrono::milliseconds delay)
 {
     m_server->setCloseDelay(delay);
+}
+
+void VirtualPrinter::setStatus(Status status)
+{
+    m_server->setStatus(status);
 }
 
 bool VirtualPrinter::hanging() const

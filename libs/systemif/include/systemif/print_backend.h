@@ -52,6 +52,9 @@ public:
     virtual bool release() = 0;
     // Asks the spooler for the job's state now.
     virtual SpoolerJobState state() = 0;
+    // What the printer's side last said of the job (its backend's message), as of the last state();
+    // empty when nothing.
+    virtual QString message() const { return {}; }
 };
 
 class Spooler {

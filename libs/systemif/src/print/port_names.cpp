@@ -12,7 +12,7 @@ struct NetworkScheme {
     int defaultPort;
 };
 const NetworkScheme kNetworkSchemes[] = {
-    {"socket", 9100}, {"ipp", 631}, {"ipps", 631}, {"lpd", 515}, {"http", 80}, {"https", 443},
+    {"socket", 9100}, {"escpos", 9100}, {"ipp", 631}, {"ipps", 631}, {"lpd", 515}, {"http", 80}, {"https", 443},
 };
 
 // Serial devices keep their COM number whatever other queues come and go: on-board ports are COM1...,

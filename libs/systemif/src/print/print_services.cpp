@@ -97,17 +97,19 @@ int PrintServics::printBySystemPrinter(const QString& printerName, const QString
 {
     PrintJobSlot* slot = PrintJobSlot::current();
     int jobId = 0;
-    // Tells the outcome unless the job has been given up meanwhile.
+    std::unique_ptr<SpoolerJob> job;
+    // Tells the outcome unless the job has been given up meanwhile, with what the printer's side said.
     auto report = [&](JobOutcome outcome, const char* reason) {
         PrintJobSlot::Report told;
         told.outcome = outcome;
         told.jobId = jobId;
         told.reason = QString::fromLatin1(reason);
+        if (job && !job->message().isEmpty()) told.reason += QStringLiteral(" (") + job->message() + QLatin1Char(')');
         if (slot && !slot->claimReport(told)) return;
         if (callback) callback(jobId, printerName, outcome == JobOutcome::Printed);
     };
     Spooler* spooler = printBackend().spooler;
-    std::unique_ptr<SpoolerJob> job = doc.size() > 0 ? spooler->createJob(printerName, docName) : nullptr;
+    job = doc.size() > 0 ? spooler->createJob(printerName, docName) : nullptr;
     if (!job) {
         report(JobOutcome::Failed, doc.size() > 0 ? "the spooler did not take the job" : "nothing to print");
         return 0;

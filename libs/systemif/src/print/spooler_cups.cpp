@@ -76,13 +76,14 @@ QByteArray printerUri(const QByteArray& printer)
 struct JobStatus {
     int state = 0;         // the IPP job-state, 0 when the scheduler could not say
     bool began = false;    // it has been processing: its backend ran and may have sent bytes
+    QString message;       // the backend's last message
 };
 
 JobStatus jobStatus(const CupsConnection& connection, int jobId)
 {
-    static const char* const kAttributes[] = {"job-state", "time-at-processing"};
+    static const char* const kAttributes[] = {"job-state", "time-at-processing", "job-printer-state-message"};
     ipp_t* request = newRequest(IPP_OP_GET_JOB_ATTRIBUTES, "job-uri", jobUri(jobId));
-    ippAddStrings(request, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "requested-attributes", 2, nullptr, kAttributes);
+    ippAddStrings(request, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "requested-attributes", 3, nullptr, kAttributes);
     const IppPtr response = connection.exchange(request);
     JobStatus status;
     if (!succeeded(response)) return status;
@@ -91,6 +92,8 @@ JobStatus jobStatus(const CupsConnection& connection, int jobId)
     // No value until the job begins processing.
     ipp_attribute_t* began = ippFindAttribute(response.get(), "time-at-processing", IPP_TAG_INTEGER);
     status.began = began && ippGetInteger(began, 0) > 0;
+    if (ipp_attribute_t* message = ippFindAttribute(response.get(), "job-printer-state-message", IPP_TAG_TEXT))
+        status.message = QString::fromUtf8(ippGetString(message, 0, nullptr)).trimmed();
     return status;
 }
 
@@ -147,6 +150,7 @@ public:
     SpoolerJobState state() override
     {
         const JobStatus status = jobStatus(*m_connection, m_id);
+        m_message = status.message;
         switch (status.state) {
         case IPP_JSTATE_PENDING:
         case IPP_JSTATE_HELD:
@@ -165,8 +169,11 @@ public:
         }
     }
 
+    QString message() const override { return m_message; }
+
 private:
     std::unique_ptr<CupsConnection> m_connection;
+    QString m_message;
     QByteArray m_printer;
     QByteArray m_docName;
     int m_id;

@@ -275,3 +275,48 @@ TEST_F(CupsSpooler, PrintedJobCannotBeGivenUpAfterItsWorkerTold)
     ASSERT_TRUE(m_printer->waitForJobs(1, 10s));
     EXPECT_EQ(savedJob(1), "printed");
 }
+
+// Through the escpos backend a job counts as printed only once the printer confirms it: by answering the
+// status request that ends the job (at once, also when it never closes the connection), or by closing the
+// connection after it. A printer that does neither, or that answers with paper out, leaves the job
+// unconfirmed, with the backend's word for why.
+TEST_F(CupsSpooler, EscposQueueReportsWhatThePrinterConfirmed)
+{
+    using virtual_printer::Status;
+    struct Case {
+        const char* name;
+        Status status;
+        std::chrono::milliseconds closeDelay;
+        JobOutcome outcome;
+        const char* message;
+    };
+    const Case cases[] = {
+        {"answers", Status::Ready, 0ms, JobOutcome::Printed, nullptr},
+        {"answers, never closes", Status::Ready, 6s, JobOutcome::Printed, nullptr},
+        {"silent, closes", Status::Silent, 0ms, JobOutcome::Printed, nullptr},
+        {"silent, never closes", Status::Silent, 6s, JobOutcome::Unconfirmed,
+         "sent 12 bytes, not confirmed: the printer neither answered nor closed the connection"},
+        {"out of paper", Status::PaperOut, 0ms, JobOutcome::Unconfirmed,
+         "the printer reports paper out after the job: it may be partly printed"},
+    };
+    const QByteArray bytes("\x1b@Table 9\n\x00", 12);
+    int saved = 0;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        m_printer->setStatus(c.status);
+        m_printer->setCloseDelay(c.closeDelay);
+        const QString queue = QStringLiteral("Escpos%1").arg(saved);
+        ASSERT_TRUE(m_cups.addRawQueue(queue, CupsdHarness::escposUri(m_printer->port()))) << m_cups.error().toStdString();
+        Worker worker(queue, bytes);
+        worker.start();
+        ASSERT_TRUE(worker.wait(20000));
+        EXPECT_EQ(worker.outcome.calls, 1);
+        const PrintJobSlot::Report report = worker.slot.report();
+        EXPECT_EQ(report.outcome, c.outcome);
+        if (c.message) {
+            EXPECT_TRUE(report.reason.endsWith(QStringLiteral("(%1)").arg(c.message))) << report.reason.toStdString();
+        }
+        ASSERT_TRUE(m_printer->waitForJobs(++saved, 20s));
+        EXPECT_EQ(savedJob(saved), bytes) << "the status request is answered, not printed";
+    }
+}

@@ -22,7 +22,8 @@ TEST(PortsView, NetworkQueuesGivePortSubkeysWithAddressOrHostNameAndPortNumber)
     for (const char* uri : {"usb://Vendor/Model", "parallel:/dev/lp0", "serial:/dev/ttyS0", "file:/dev/null",
                             "socket://192.168.1.20:9100", "ipp://10.0.0.2/ipp/print", "lpd://10.0.0.3/queue",
                             "ipps://10.0.0.4/ipp/print", "https://10.0.0.5/ipp", "socket://10.0.0.6:9101",
-                            "socket://kitchen-printer.local", "ipp://192.168.1.20/ipp/print"})
+                            "socket://kitchen-printer.local", "ipp://192.168.1.20/ipp/print", "escpos://10.0.0.7",
+                            "escpos://[fd00::7]:9102"})
         fake.spooler.addQueue(QString(QLatin1Char(queue++)), "", uri);
     const auto key = ports();
     ASSERT_TRUE(key);
@@ -34,7 +35,8 @@ TEST(PortsView, NetworkQueuesGivePortSubkeysWithAddressOrHostNameAndPortNumber)
     } expected[] = {{"IP_10.0.0.2", "10.0.0.2", "", 631},          {"IP_10.0.0.3", "10.0.0.3", "", 515},
                     {"IP_10.0.0.4", "10.0.0.4", "", 631},          {"IP_10.0.0.5", "10.0.0.5", "", 443},
                     {"IP_10.0.0.6", "10.0.0.6", "", 9101},         {"IP_192.168.1.20", "192.168.1.20", "", 9100},
-                    {"IP_kitchen-printer.local", "", "kitchen-printer.local", 9100}};
+                    {"IP_kitchen-printer.local", "", "kitchen-printer.local", 9100},
+                    {"IP_10.0.0.7", "10.0.0.7", "", 9100},         {"IP_fd00__7", "fd00::7", "", 9102}};
     QStringList names;
     for (const auto& e : expected) {
         names << e.subkey;

@@ -3,7 +3,8 @@
 // 127.0.0.1 as a real printer listens on port 9100, takes one job per connection, and saves each job's
 // bytes as DIR/job-0001.bin, DIR/job-0002.bin, ... A job ends when the peer stops sending (it closes or
 // half-closes the connection) or after an idle gap with no data; the printer then closes the connection,
-// as a real one does.
+// as a real one does. Like a real one it answers real-time status requests (DLE EOT 1 to 4) as their
+// bytes arrive, from its status, and does not print them.
 //
 // Faults on demand, also while it runs:
 //   hang        connections are accepted and never read, nor closed (a printer that is jammed or out of
@@ -26,6 +27,14 @@
 
 namespace virtual_printer {
 
+// What the printer answers to status requests.
+enum class Status { Ready, PaperNearEnd, PaperOut, CoverOpen, Offline, Error, Silent };
+// "ready", "paper-near-end", "paper-out", "cover-open", "offline", "error", "silent".
+const char* statusName(Status status);
+bool statusFromName(const std::string& name, Status* status);
+// The byte a printer in that status answers to DLE EOT n (n from 1 to 4); -1 for none (silent).
+int statusAnswer(Status status, int n);
+
 struct Options {
     int port = 0;                                  // 0: a free port, chosen at start
     std::string outDir;                            // made when missing
@@ -34,6 +43,7 @@ struct Options {
     long long stallAfter = -1;                     // bytes read of each connection before it hangs; -1: all
     std::chrono::milliseconds closeDelay{0};       // wait after the last byte before closing
     bool refuse = false;
+    Status status = Status::Ready;
     std::chrono::milliseconds idleGap{1000};       // a job ends after this long without data
 };
 
@@ -69,6 +79,7 @@ public:
     void setStallAfter(long long bytes);
     // Connections close this long after their last byte.
     void setCloseDelay(std::chrono::milliseconds delay);
+    void setStatus(Status status);
     // False with a message in `error` when the port cannot be listened on again.
     bool setRefuse(bool refuse, std::string* error = nullptr);
     bool refusing() const;
