@@ -34,8 +34,8 @@ public:
         const QList<utility_business::PrinterInfo>& before, const QList<utility_business::PrinterInfo>& after);
     // Replaces the stored printers by a new collection. A printer that was stored before keeps its width;
     // its print worker, and in every profile its enabled state and copies, move to its new id. A printer
-    // that is gone is disabled everywhere and its worker stopped. The list is held throughout, also while
-    // the callbacks of the stopped jobs run: they must not call the operations that take it.
+    // that is gone is disabled everywhere and its worker stopped. The list is held throughout; the stopped
+    // jobs' callbacks run later, on a thread of print dispatch, without it, so they may call anything.
     static void updatePrinters(const QList<utility_business::PrinterInfo>& collected);
 
     // Hold the printer list across several calls (see above).
