@@ -18,6 +18,8 @@
 // backend does, until the job is cancelled. On SIGTERM (a cancel) it resets the connection, so that what
 // the system has not sent yet is dropped, and ends.
 
+#include "systemif/escpos_status.h"
+
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netdb.h>
@@ -48,9 +50,9 @@ constexpr std::chrono::seconds kConfirmWait(4);  // well inside the client's ten
 constexpr std::chrono::seconds kRetryConnect(1);
 constexpr size_t kMaxJob = 64u << 20;  // far above any receipt
 
-// DLE EOT n: printer status, offline cause, paper roll sensor.
-const unsigned char kStatusRequest[] = {0x10, 0x04, 0x01, 0x10, 0x04, 0x02, 0x10, 0x04, 0x04};
-constexpr int kAnswers = 3;
+using systemif::escpos::Condition;
+using systemif::escpos::kStatusAnswers;
+using systemif::escpos::kStatusRequest;
 
 volatile std::sig_atomic_t g_cancelled = 0;
 
@@ -150,19 +152,6 @@ bool sendAll(int fd, const unsigned char* data, size_t size)
     return size == 0;
 }
 
-// What the printer's answers say is wrong, empty when nothing is.
-std::string problemIn(const unsigned char* answers, int count)
-{
-    // The fixed bits of a status byte: bit 1 and bit 4 set, bits 0 and 7 clear.
-    for (int i = 0; i < count; ++i)
-        if ((answers[i] & 0x93) != 0x12) return "the printer's status answer is not one";
-    if (count >= 3 && (answers[2] & 0x60)) return "the printer reports paper out";
-    if (count >= 2 && (answers[1] & 0x20)) return "the printer reports paper out";
-    if (count >= 2 && (answers[1] & 0x04)) return "the printer reports its cover open";
-    if (count >= 2 && (answers[1] & 0x40)) return "the printer reports an error";
-    return {};
-}
-
 // Sends the status request and reads the answers, or the printer's close, within kConfirmWait.
 int confirm(int fd, size_t jobSize)
 {
@@ -171,15 +160,15 @@ int confirm(int fd, size_t jobSize)
         return kBackendCancel;
     }
     ::shutdown(fd, SHUT_WR);  // a printer that does not answer may still say it is done by closing
-    unsigned char answers[kAnswers];
+    unsigned char answers[kStatusAnswers];
     int count = 0;
     Clock::time_point deadline = Clock::now() + kConfirmWait;
-    while (count < kAnswers && !g_cancelled) {
+    while (count < kStatusAnswers && !g_cancelled) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
         if (left <= 0) break;
         pollfd ready{fd, POLLIN, 0};
         if (::poll(&ready, 1, static_cast<int>(left)) <= 0) continue;
-        const ssize_t got = ::recv(fd, answers + count, static_cast<size_t>(kAnswers - count), 0);
+        const ssize_t got = ::recv(fd, answers + count, static_cast<size_t>(kStatusAnswers - count), 0);
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0) {
             if (count > 0) break;
@@ -195,9 +184,10 @@ int confirm(int fd, size_t jobSize)
                 " bytes, not confirmed: the printer neither answered nor closed the connection");
         return kBackendCancel;
     }
-    const std::string problem = problemIn(answers, count);
-    if (!problem.empty()) {
-        warning(problem + " after the job: it may be partly printed");
+    const Condition condition = systemif::escpos::conditionOf(answers, count);
+    if (condition != Condition::Ready && condition != Condition::PaperNearEnd) {
+        warning(std::string("the printer reports it is ") + systemif::escpos::conditionText(condition) +
+                " after the job: it may be partly printed");
         return kBackendCancel;
     }
     info("printed: the printer confirmed all " + std::to_string(jobSize) + " bytes");

@@ -65,6 +65,24 @@ struct UsbDevice {
     bool hasPrinterInterface = false; // one of its interfaces is of the printer class
 };
 
+// What the spooler says of a queue now.
+struct QueueState {
+    bool stopped = false;
+    bool acceptingJobs = true;
+    QStringList reasons;  // the spooler's keywords for what is wrong ("media-empty-error"), if anything
+    QString message;      // and its words for people
+    QString deviceUri;    // where the queue's jobs go
+};
+
+// A network printer's answer to a status request (DLE EOT 1, 2 and 4).
+struct PrinterAnswer {
+    enum class Reach { Unreachable, Silent, Answered };
+    Reach reach = Reach::Unreachable;
+    unsigned char answers[3] = {0, 0, 0};
+    int count = 0;   // answers received
+    QString error;   // why it could not be reached
+};
+
 // Called once with a spooler job's outcome: the job id (0 when the job never reached the spooler), the
 // printer name, and whether the job printed.
 using JobCallback = std::function<void(int jobId, const QString& printerName, bool done)>;
@@ -197,6 +215,16 @@ public:
     static QList<UsbDevice> allUsbPrinter();
     // Writes the document to the printer interface of the device; true when every byte was taken.
     static bool libusbPrint(const Document& doc, const UsbDevice* device);
+
+    // The state of the spooler's queue of that name; false when there is none or the spooler is silent.
+    static bool queueState(const QString& name, QueueState& state);
+    // Asks the network printer at host:port for its status, over a connection of its own that lasts a
+    // fraction of a second; every wait is short.
+    static PrinterAnswer askPrinterStatus(const QString& host, int port);
+    // The port status of a libusb printer or a USB print-support printer (bit 5 paper empty, bit 4
+    // selected, bit 3 not in error); false when it cannot be read.
+    static bool libusbPortStatus(const UsbDevice& device, unsigned char* status);
+    static bool usbPrintSupportPortStatus(const QString& model, unsigned char* status);
 
     // The identifiers of the attached USB print-support printers, in device order ("/dev/usb/lp0").
     static QStringList collectUsbPrintSupportPrinters();

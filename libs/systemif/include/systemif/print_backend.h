@@ -21,6 +21,8 @@ struct SpoolerQueue {
     QString deviceUri;          // where the queue's jobs go: "socket://10.0.0.5:9100", "usb://Vendor/Model"
     bool stopped = false;       // the queue holds its jobs instead of printing them
     bool acceptingJobs = true;  // the queue takes new jobs
+    QStringList stateReasons;   // the spooler's keywords for what is wrong ("media-empty-error"), if anything
+    QString stateMessage;       // and its words for people
 };
 
 enum class SpoolerJobState {
@@ -74,6 +76,9 @@ public:
     virtual ~UsbBus() = default;
     // Every attached device.
     virtual QList<UsbDevice> devices() = 0;
+    // The printer interface's port status (the printer class's GET_PORT_STATUS: bit 5 paper empty, bit 4
+    // selected, bit 3 not in error); false when the device does not answer.
+    virtual bool portStatus(const UsbDevice& device, unsigned char* status) = 0;
     // Writes the document to the bulk OUT endpoint of the device's printer interface; gives up after a
     // few seconds without progress.
     virtual bool write(const UsbDevice& device, const Document& doc) = 0;
@@ -84,6 +89,8 @@ public:
     virtual ~UsbPrintSupport() = default;
     // The identifiers of the attached printers, in device order.
     virtual QStringList printers() = 0;
+    // The printer's port status, with the bits of UsbBus::portStatus; false when it cannot be read.
+    virtual bool portStatus(const QString& printer, unsigned char* status) = 0;
     // Writes the document to the printer of that identifier; gives up after a few seconds without
     // progress.
     virtual bool write(const QString& printer, const Document& doc) = 0;
@@ -98,12 +105,20 @@ public:
     virtual bool isPresent(const QString& device) = 0;
 };
 
+// A network printer's own status, asked over a connection of its own.
+class StatusLink {
+public:
+    virtual ~StatusLink() = default;
+    virtual PrinterAnswer ask(const QString& host, int port) = 0;
+};
+
 // The services the print operations use. A null member stands for the machine's own service.
 struct PrintBackend {
     Spooler* spooler = nullptr;
     UsbBus* usbBus = nullptr;
     UsbPrintSupport* usbPrintSupport = nullptr;
     SerialPorts* serialPorts = nullptr;
+    StatusLink* statusLink = nullptr;
 };
 
 // The machine's own services (on Linux: CUPS, libusb, usblp devices, sysfs); every member is set.

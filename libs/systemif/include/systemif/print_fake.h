@@ -49,6 +49,8 @@ public:
     // A stopped queue keeps its jobs pending (they report Stopped); a queue not accepting refuses new ones.
     void setStopped(const QString& name, bool stopped);
     void setAcceptingJobs(const QString& name, bool accepting);
+    // What the spooler says is wrong with the queue's printer: its keywords and its words for people.
+    void setStateReasons(const QString& name, const QStringList& reasons, const QString& message = QString());
     // An unreachable spooler fails every call, as when the spooler service is down.
     void setReachable(bool reachable);
     // A frozen spooler answers nothing: each call waits until it thaws, or fails after the time-out a real
@@ -84,15 +86,20 @@ public:
     void setWriteResult(bool ok);
     // The documents written, per device filename, in order.
     QList<QByteArray> written(const QString& filename) const;
+    // The port status its printers report; -1 for none (the request fails). 0x18 (selected, no error) by
+    // default.
+    void setPortStatus(int status);
 
     QList<UsbDevice> devices() override;
     bool write(const UsbDevice& device, const Document& doc) override;
+    bool portStatus(const UsbDevice& device, unsigned char* status) override;
 
 private:
     mutable std::mutex m_mutex;
     QList<UsbDevice> m_devices;
     QMap<QString, QList<QByteArray>> m_written;
     bool m_writeResult = true;
+    int m_portStatus = 0x18;
 };
 
 class FakeUsbPrintSupport : public UsbPrintSupport {
@@ -101,15 +108,35 @@ public:
     void detachAll();
     void setWriteResult(bool ok);
     QList<QByteArray> written(const QString& printer) const;
+    // As FakeUsbBus::setPortStatus.
+    void setPortStatus(int status);
 
     QStringList printers() override;
     bool write(const QString& printer, const Document& doc) override;
+    bool portStatus(const QString& printer, unsigned char* status) override;
 
 private:
     mutable std::mutex m_mutex;
     QStringList m_printers;
     QMap<QString, QList<QByteArray>> m_written;
     bool m_writeResult = true;
+    int m_portStatus = 0x18;
+};
+
+// Network printers' answers to status requests, per host; a host not set is silent, as a printer without
+// a way back (so that nothing in a test ever reaches out to the network).
+class FakeStatusLink : public StatusLink {
+public:
+    void setAnswer(const QString& host, const PrinterAnswer& answer);
+    // The hosts asked, in order.
+    QStringList asked() const;
+
+    PrinterAnswer ask(const QString& host, int port) override;
+
+private:
+    mutable std::mutex m_mutex;
+    QMap<QString, PrinterAnswer> m_answers;
+    QStringList m_asked;
 };
 
 class FakeSerialPorts : public SerialPorts {
@@ -143,6 +170,7 @@ public:
     FakeUsbBus usbBus;
     FakeUsbPrintSupport usbPrintSupport;
     FakeSerialPorts serialPorts;
+    FakeStatusLink statusLink;
 
 private:
     PrintBackend m_previous;

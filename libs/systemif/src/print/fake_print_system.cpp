@@ -5,7 +5,7 @@ namespace print {
 
 FakePrintSystem::FakePrintSystem() : m_previous(printBackend())
 {
-    setPrintBackend(PrintBackend{&spooler, &usbBus, &usbPrintSupport, &serialPorts});
+    setPrintBackend(PrintBackend{&spooler, &usbBus, &usbPrintSupport, &serialPorts, &statusLink});
 }
 
 FakePrintSystem::~FakePrintSystem()

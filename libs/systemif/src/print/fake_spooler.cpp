@@ -144,6 +144,15 @@ void FakeSpooler::setAcceptingJobs(const QString& name, bool accepting)
     if (SpoolerQueue* queue = m_state->queue(name)) queue->acceptingJobs = accepting;
 }
 
+void FakeSpooler::setStateReasons(const QString& name, const QStringList& reasons, const QString& message)
+{
+    std::lock_guard<std::mutex> lock(m_state->mutex);
+    if (SpoolerQueue* queue = m_state->queue(name)) {
+        queue->stateReasons = reasons;
+        queue->stateMessage = message;
+    }
+}
+
 void FakeSpooler::setFrozen(bool frozen)
 {
     std::lock_guard<std::mutex> lock(m_state->mutex);

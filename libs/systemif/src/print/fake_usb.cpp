@@ -27,6 +27,25 @@ QList<QByteArray> FakeUsbBus::written(const QString& filename) const
     return m_written.value(filename);
 }
 
+void FakeUsbBus::setPortStatus(int status)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_portStatus = status;
+}
+
+bool FakeUsbBus::portStatus(const UsbDevice& device, unsigned char* status)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    for (const UsbDevice& attached : m_devices) {
+        if (attached.bus != device.bus || attached.filename != device.filename || !attached.hasPrinterInterface)
+            continue;
+        if (m_portStatus < 0) return false;
+        *status = static_cast<unsigned char>(m_portStatus);
+        return true;
+    }
+    return false;
+}
+
 QList<UsbDevice> FakeUsbBus::devices()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -82,6 +101,41 @@ bool FakeUsbPrintSupport::write(const QString& printer, const Document& doc)
     if (!m_printers.contains(printer) || !m_writeResult) return false;
     m_written[printer] << doc.bytes();
     return true;
+}
+
+void FakeUsbPrintSupport::setPortStatus(int status)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_portStatus = status;
+}
+
+bool FakeUsbPrintSupport::portStatus(const QString& printer, unsigned char* status)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_printers.contains(printer) || m_portStatus < 0) return false;
+    *status = static_cast<unsigned char>(m_portStatus);
+    return true;
+}
+
+void FakeStatusLink::setAnswer(const QString& host, const PrinterAnswer& answer)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_answers[host] = answer;
+}
+
+QStringList FakeStatusLink::asked() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_asked;
+}
+
+PrinterAnswer FakeStatusLink::ask(const QString& host, int /*port*/)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_asked << host;
+    PrinterAnswer silent;
+    silent.reach = PrinterAnswer::Reach::Silent;
+    return m_answers.value(host, silent);
 }
 
 }  // namespace print

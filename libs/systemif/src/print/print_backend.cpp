@@ -19,6 +19,7 @@ PrintBackend printBackend()
     if (!backend.usbBus) backend.usbBus = system.usbBus;
     if (!backend.usbPrintSupport) backend.usbPrintSupport = system.usbPrintSupport;
     if (!backend.serialPorts) backend.serialPorts = system.serialPorts;
+    if (!backend.statusLink) backend.statusLink = system.statusLink;
     return backend;
 }
 

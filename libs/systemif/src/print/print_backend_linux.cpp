@@ -1,4 +1,5 @@
 #include "serial_ports_linux.h"
+#include "status_link_socket.h"
 #include "spooler_cups.h"
 #include "usb_bus_libusb.h"
 #include "usb_print_support_linux.h"
@@ -12,7 +13,8 @@ PrintBackend systemPrintBackend()
     static LibusbBus usbBus;
     static UsblpPrintSupport usbPrintSupport;
     static SysfsSerialPorts serialPorts;
-    return PrintBackend{&spooler, &usbBus, &usbPrintSupport, &serialPorts};
+    static SocketStatusLink statusLink;
+    return PrintBackend{&spooler, &usbBus, &usbPrintSupport, &serialPorts, &statusLink};
 }
 
 }  // namespace print

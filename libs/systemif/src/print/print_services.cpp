@@ -166,6 +166,37 @@ int PrintServics::printBySystemPrinter(const QString& printerName, const QString
     }
 }
 
+bool PrintServics::queueState(const QString& name, QueueState& state)
+{
+    QList<SpoolerQueue> queues;
+    if (!printBackend().spooler->queues(queues)) return false;
+    for (const SpoolerQueue& queue : queues) {
+        if (queue.name.compare(name, Qt::CaseInsensitive) != 0) continue;
+        state.stopped = queue.stopped;
+        state.acceptingJobs = queue.acceptingJobs;
+        state.reasons = queue.stateReasons;
+        state.message = queue.stateMessage;
+        state.deviceUri = queue.deviceUri;
+        return true;
+    }
+    return false;
+}
+
+PrinterAnswer PrintServics::askPrinterStatus(const QString& host, int port)
+{
+    return printBackend().statusLink->ask(host, port);
+}
+
+bool PrintServics::libusbPortStatus(const UsbDevice& device, unsigned char* status)
+{
+    return printBackend().usbBus->portStatus(device, status);
+}
+
+bool PrintServics::usbPrintSupportPortStatus(const QString& model, unsigned char* status)
+{
+    return printBackend().usbPrintSupport->portStatus(model, status);
+}
+
 QList<UsbDevice> PrintServics::allUsbDevice()
 {
     return printBackend().usbBus->devices();

@@ -192,8 +192,10 @@ bool CupsSpooler::queues(QList<SpoolerQueue>& queues)
     queues.clear();
     CupsConnection connection;
     if (!connection) return false;
-    static const char* const kAttributes[] = {"printer-name", "printer-make-and-model", "device-uri", "printer-state",
-                                              "printer-is-accepting-jobs", "printer-type"};
+    static const char* const kAttributes[] = {"printer-name",          "printer-make-and-model",
+                                              "device-uri",            "printer-state",
+                                              "printer-is-accepting-jobs", "printer-type",
+                                              "printer-state-reasons", "printer-state-message"};
     ipp_t* request = ippNewRequest(IPP_OP_CUPS_GET_PRINTERS);
     ippAddStrings(request, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "requested-attributes",
                   static_cast<int>(sizeof kAttributes / sizeof kAttributes[0]), nullptr, kAttributes);
@@ -229,6 +231,13 @@ bool CupsSpooler::queues(QList<SpoolerQueue>& queues)
             queue.stopped = ippGetInteger(attribute, 0) == IPP_PSTATE_STOPPED;
         else if (key == "printer-is-accepting-jobs")
             queue.acceptingJobs = ippGetBoolean(attribute, 0) != 0;
+        else if (key == "printer-state-reasons") {
+            for (int i = 0; i < ippGetCount(attribute); ++i) {
+                const QString reason = QString::fromUtf8(ippGetString(attribute, i, nullptr));
+                if (reason != QLatin1String("none")) queue.stateReasons << reason;
+            }
+        } else if (key == "printer-state-message")
+            queue.stateMessage = stringOf(attribute).trimmed();
         else if (key == "printer-type")
             isClass = (ippGetInteger(attribute, 0) & CUPS_PRINTER_CLASS) != 0;  // a class is no device of its own
     }

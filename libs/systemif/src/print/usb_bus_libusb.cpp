@@ -12,6 +12,9 @@ namespace {
 
 const int kChunkSize = 4096;
 const int kWriteTimeoutMs = 5000;  // per chunk: a printer out of paper stops taking data
+const int kGetPortStatusType = 0xa1;  // device to host, class request, to an interface
+const int kGetPortStatus = 1;
+const int kStatusTimeoutMs = 500;
 
 std::mutex g_libusbMutex;  // guards every libusb call: the bus list is global
 
@@ -102,9 +105,13 @@ QList<UsbDevice> LibusbBus::devices()
     return devices;
 }
 
-bool LibusbBus::write(const UsbDevice& wanted, const Document& doc)
+namespace {
+
+// Finds the device again by bus and name and claims its printer interface (detaching a kernel driver that
+// holds it), then calls `use`; false when the device has gone or cannot be claimed. Under g_libusbMutex.
+template <typename Use>
+bool withPrinter(const UsbDevice& wanted, Use use)
 {
-    std::lock_guard<std::mutex> lock(g_libusbMutex);
     rescan();
     for (struct usb_bus* bus = usb_get_busses(); bus; bus = bus->next) {
         for (struct usb_device* device = bus->devices; device; device = device->next) {
@@ -118,17 +125,40 @@ bool LibusbBus::write(const UsbDevice& wanted, const Document& doc)
             UsbHandle handle(device);
             if (!handle.get() || !handle.claim(printer.number)) return false;
             if (printer.altSetting != 0 && usb_set_altinterface(handle.get(), printer.altSetting) < 0) return false;
-            for (int offset = 0; offset < doc.size();) {
-                const int chunk = std::min(kChunkSize, doc.size() - offset);
-                const int written =
-                    usb_bulk_write(handle.get(), printer.outEndpoint, doc.data() + offset, chunk, kWriteTimeoutMs);
-                if (written <= 0) return false;
-                offset += written;
-            }
-            return true;
+            return use(handle, printer);
         }
     }
     return false;  // unplugged since it was listed
+}
+
+}  // namespace
+
+bool LibusbBus::write(const UsbDevice& wanted, const Document& doc)
+{
+    std::lock_guard<std::mutex> lock(g_libusbMutex);
+    return withPrinter(wanted, [&doc](UsbHandle& handle, const PrinterInterface& printer) {
+        for (int offset = 0; offset < doc.size();) {
+            const int chunk = std::min(kChunkSize, doc.size() - offset);
+            const int written =
+                usb_bulk_write(handle.get(), printer.outEndpoint, doc.data() + offset, chunk, kWriteTimeoutMs);
+            if (written <= 0) return false;
+            offset += written;
+        }
+        return true;
+    });
+}
+
+bool LibusbBus::portStatus(const UsbDevice& wanted, unsigned char* status)
+{
+    std::lock_guard<std::mutex> lock(g_libusbMutex);
+    return withPrinter(wanted, [status](UsbHandle& handle, const PrinterInterface& printer) {
+        // The printer class's GET_PORT_STATUS: class request to the interface, one byte back.
+        char byte = 0;
+        const int got = usb_control_msg(handle.get(), kGetPortStatusType, kGetPortStatus, 0, printer.number, &byte, 1,
+                                        kStatusTimeoutMs);
+        *status = static_cast<unsigned char>(byte);
+        return got == 1;
+    });
 }
 
 }  // namespace print

@@ -15,6 +15,7 @@ public:
     // Finds the device again by bus and name, claims its printer interface (detaching a kernel driver
     // that holds it) and writes in bulk to its OUT endpoint.
     bool write(const UsbDevice& device, const Document& doc) override;
+    bool portStatus(const UsbDevice& device, unsigned char* status) override;
 };
 
 }  // namespace print

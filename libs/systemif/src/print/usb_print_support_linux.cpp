@@ -6,6 +6,8 @@
 #include <cerrno>
 
 #include <fcntl.h>
+#include <linux/lp.h>
+#include <sys/ioctl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -74,5 +76,16 @@ bool UsblpPrintSupport::write(const QString& printer, const Document& doc)
     return true;
 }
 
+bool UsblpPrintSupport::portStatus(const QString& printer, unsigned char* status)
+{
+    if (!printers().contains(printer)) return false;
+    FileDescriptor fd(::open(printer.toLocal8Bit().constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    int value = 0;
+    if (fd.get() < 0 || ::ioctl(fd.get(), LPGETSTATUS, &value) < 0) return false;
+    *status = static_cast<unsigned char>(value);
+    return true;
+}
+
 }  // namespace print
 }  // namespace systemif
+

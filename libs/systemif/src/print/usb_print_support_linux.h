@@ -17,6 +17,8 @@ public:
     QStringList printers() override;
     // Writes to one of the listed nodes; any other path is refused, so nothing else is ever written.
     bool write(const QString& printer, const Document& doc) override;
+    // The kernel driver's port status (LPGETSTATUS), read from the device.
+    bool portStatus(const QString& printer, unsigned char* status) override;
 
 private:
     QString m_deviceDir;

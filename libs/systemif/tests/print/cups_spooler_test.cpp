@@ -297,7 +297,7 @@ TEST_F(CupsSpooler, EscposQueueReportsWhatThePrinterConfirmed)
         {"silent, never closes", Status::Silent, 6s, JobOutcome::Unconfirmed,
          "sent 12 bytes, not confirmed: the printer neither answered nor closed the connection"},
         {"out of paper", Status::PaperOut, 0ms, JobOutcome::Unconfirmed,
-         "the printer reports paper out after the job: it may be partly printed"},
+         "the printer reports it is out of paper after the job: it may be partly printed"},
     };
     const QByteArray bytes("\x1b@Table 9\n\x00", 12);
     int saved = 0;
