@@ -31,6 +31,7 @@ const char usageText[] =
     "                 Settings-Env.json, when missing or not valid JSON, are restored from their\n"
     "                 factory copies in the resource package; says what it found and did. Restoring\n"
     "                 Settings-App.json removes every profile, since the factory file lists none.\n"
+    "                 A damaged file is kept beside it as NAME.damaged-TIME (the last three).\n"
     "                 Files of the wrong shape and the profiles' own files are judged, not repaired.\n"
     "  env get KEY    prints the value of KEY in Settings-Env.json\n"
     "  env set KEY V  stores the text V under KEY in Settings-Env.json\n"
@@ -47,8 +48,11 @@ int runCheck()
 {
     const QStringList files = globalSettingsFiles();
     QList<FileCheck> before;
-    for (const QString& name : files)
+    QList<QStringList> copiesBefore;
+    for (const QString& name : files) {
         before << checkSettingsFile(name);
+        copiesBefore << damagedCopies(name);
+    }
     const QString profilesDir = utility_business::kelmoPathInfo().profilesDir();
     const bool hadProfiles = QFileInfo(profilesDir).isDir();
 
@@ -74,7 +78,12 @@ int runCheck()
         } else if (before[i].state == FileState::Good) {
             say(QStringLiteral("%1: good").arg(files[i]));
         } else {
-            say(QStringLiteral("%1: restored from the factory copy (it was %2)").arg(files[i], before[i].problem));
+            const QStringList copies = damagedCopies(files[i]);
+            const QString kept = copies != copiesBefore[i] && !copies.isEmpty()
+                                     ? QStringLiteral("; kept as %1").arg(copies.last())
+                                     : QString();
+            say(QStringLiteral("%1: restored from the factory copy (it was %2%3)")
+                    .arg(files[i], before[i].problem, kept));
         }
     }
     if (hadProfiles && !QFileInfo(profilesDir).exists())

@@ -3,6 +3,7 @@
 #include "utility_business/json_document.h"
 #include "utility_business/kelmo_path_info.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 namespace sbtool {
@@ -64,6 +65,12 @@ FileCheck checkSettingsFile(const QString& name)
                     QStringLiteral("valid JSON, but \"%1\" is not an object").arg(member.join(QLatin1Char('/')))};
     }
     return {};
+}
+
+QStringList damagedCopies(const QString& name)
+{
+    return QDir(utility_business::kelmoPathInfo().appdataDir())
+        .entryList({name + QStringLiteral(".damaged-*")}, QDir::Files | QDir::Hidden, QDir::Name);
 }
 
 QStringList profileSettingsFiles()

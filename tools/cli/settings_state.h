@@ -29,6 +29,9 @@ QStringList globalSettingsFiles();
 QString settingsFilePath(const QString& name);
 // Judges the file; its shape by the file name (the App, Basis, Env, Local or Runtime file).
 FileCheck checkSettingsFile(const QString& name);
+// The copies of a damaged file that the check kept aside before restoring it, oldest first:
+// "Settings-App.json.damaged-20261123-152233-041".
+QStringList damagedCopies(const QString& name);
 // The two files of each profile the App file lists, as names for settingsFilePath.
 QStringList profileSettingsFiles();
 

@@ -108,14 +108,61 @@ void appendNode(QByteArray& out, const cJSON* node, bool indented, int depth)
     }
 }
 
+// The value of the four hexadecimal digits at `p`, or -1.
+int hexValue(const char* p, const char* end)
+{
+    if (end - p < 4) return -1;
+    int value = 0;
+    for (int i = 0; i < 4; ++i) {
+        const char c = p[i];
+        const int digit = c >= '0' && c <= '9'   ? c - '0'
+                          : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                          : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                                 : -1;
+        if (digit < 0) return -1;
+        value = value * 16 + digit;
+    }
+    return value;
+}
+
+bool isSurrogate(int unit, int first) { return unit >= first && unit < first + 0x400; }
+
+// Qt's JSON writer escapes half a surrogate pair (a cut emoji) as it is, which strict parsers refuse. The
+// rest of the client reads such a half as U+FFFD, so do we: "\ud83d" becomes "\ufffd", same length, so
+// error positions stay right. The text is copied only when it holds one.
+QByteArray withLoneSurrogatesReplaced(const QByteArray& text)
+{
+    QByteArray out;
+    const char* const begin = text.constData();
+    const char* const end = begin + text.size();
+    for (const char* p = begin; p < end; ++p) {
+        if (*p != '\\') continue;
+        if (p + 1 >= end || p[1] != 'u') {
+            ++p;  // an escaped character, perhaps a backslash
+            continue;
+        }
+        const int unit = hexValue(p + 2, end);
+        if (isSurrogate(unit, 0xD800) && p + 7 < end && p[6] == '\\' && p[7] == 'u' &&
+            isSurrogate(hexValue(p + 8, end), 0xDC00)) {
+            p += 11;  // a whole pair
+        } else if (isSurrogate(unit, 0xD800) || isSurrogate(unit, 0xDC00)) {
+            if (out.isNull()) out = text;
+            out.replace(static_cast<int>(p - begin) + 2, 4, "fffd", 4);
+            p += 5;
+        }
+    }
+    return out.isNull() ? text : out;
+}
+
 }  // namespace
 
-cJSON* parse(const QByteArray& text, QString* error)
+cJSON* parse(const QByteArray& original, QString* error)
 {
-    if (text.isEmpty()) {
+    if (original.isEmpty()) {
         if (error) *error = QStringLiteral("empty JSON text");
         return nullptr;
     }
+    const QByteArray text = withLoneSurrogatesReplaced(original);
     const char* end = nullptr;
     cJSON* node = cJSON_ParseWithLengthOpts(text.constData(), static_cast<size_t>(text.size()), &end, false);
     const char* const textEnd = text.constData() + text.size();

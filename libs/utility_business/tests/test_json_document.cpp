@@ -94,6 +94,9 @@ TEST(JsonDocumentText, NumbersStringsAndArrayEntriesHaveExactCompactForms)
     ASSERT_TRUE(doc.setString({"k\"ey"}, value));
     EXPECT_EQ(compact(doc), QString::fromUtf8("{\"k\\\"ey\":\"a\\\"b\\\\c\\nd\\te\\u0001 宫保鸡丁\"}"));
     EXPECT_EQ(JsonDocument(compact(doc)).getString({"k\"ey"}), value);
+    // Half a surrogate pair, as Qt's writer leaves a cut emoji, reads as U+FFFD; pairs and "\\u" stay.
+    EXPECT_EQ(compact(JsonDocument(QStringLiteral(R"(["\ud83d","x\uDC00","\ud83d\ude00","\\ud83d","\ud83d\u0041"])"))),
+              QString::fromUtf8(R"(["�","x�","😀","\\ud83d","�A"])"));
 
     const JsonDocument list(QStringLiteral("{\"list\":[{\"a\": 1, \"b\": [2]}, \"s\", 3], \"o\": {}}"));
     EXPECT_EQ(list.array({"list"}), (QStringList{"{\"a\":1,\"b\":[2]}", "\"s\"", "3"}));

@@ -46,8 +46,12 @@ TEST_F(SettingsCommand, CheckLeavesGoodFilesAndRestoresADamagedOneSayingHow)
     ASSERT_TRUE(writeFile(dataPath("Settings-Env.json"), env));
     const ToolRun result = run({"settings", "check"});
     ASSERT_TRUE(succeeds(result));
+    const QStringList kept = QDir(dataPath("")).entryList({"Settings-Basis.json.damaged-*"});
+    ASSERT_EQ(kept.size(), 1);
+    EXPECT_EQ(fileBytes(dataPath(kept[0])), "{\"resources\": [");
     EXPECT_EQ(result.out, checkReport({"Settings-App.json: good",
-                                       "Settings-Basis.json: restored from the factory copy (it was not valid JSON)",
+                                       "Settings-Basis.json: restored from the factory copy (it was not valid JSON; "
+                                       "kept as " + kept[0] + ")",
                                        "Settings-Env.json: good"}));
     EXPECT_EQ(fileBytes(dataPath("Settings-Basis.json")), factory("Settings-Basis.json"));
     EXPECT_EQ(fileBytes(dataPath("Settings-Env.json")), env);
@@ -60,7 +64,10 @@ TEST_F(SettingsCommand, RestoringTheAppFileRemovesTheProfiles)
     ASSERT_TRUE(writeFile(dataPath("Settings-App.json"), "not json"));
     const ToolRun result = run({"settings", "check"});
     ASSERT_TRUE(succeeds(result));
-    EXPECT_EQ(result.out, checkReport({"Settings-App.json: restored from the factory copy (it was not valid JSON)",
+    const QStringList kept = QDir(dataPath("")).entryList({"Settings-App.json.damaged-*"});
+    ASSERT_EQ(kept.size(), 1);
+    EXPECT_EQ(result.out, checkReport({"Settings-App.json: restored from the factory copy (it was not valid JSON; "
+                                       "kept as " + kept[0] + ")",
                                        "Settings-Basis.json: good", "Settings-Env.json: good",
                                        "profiles removed: the factory Settings-App.json lists none"}));
     EXPECT_FALSE(QFileInfo::exists(dataPath("Profiles/1")));
