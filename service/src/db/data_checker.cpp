@@ -1,7 +1,7 @@
 #include "service_business/data_checker.h"
 
 #include "db/settings_files.h"
-#include "db/sync_data.h"
+#include "service_business/sync_data.h"
 #include "service_business/json_db.h"
 #include "service_business/json_db_browser.h"
 

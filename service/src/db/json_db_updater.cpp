@@ -2,7 +2,7 @@
 
 #include "db/json_db_initiator.h"
 #include "db/settings_files.h"
-#include "db/sync_data.h"
+#include "service_business/sync_data.h"
 #include "service_business/json_db.h"
 #include "service_business/json_db_browser.h"
 
