@@ -5,16 +5,15 @@ include(CMakePackageConfigHelpers)
 set(SB_INCLUDE_DEST ${CMAKE_INSTALL_INCLUDEDIR}/service_business)
 install(TARGETS service_business EXPORT service_businessTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT devel)
-foreach(dir
-    ${PROJECT_SOURCE_DIR}/service/include/service_business
-    ${PROJECT_SOURCE_DIR}/libs/common/include/common
-    ${PROJECT_SOURCE_DIR}/libs/utility_business/include/utility_business
-    ${PROJECT_SOURCE_DIR}/libs/systemif/include/systemif
-    ${PROJECT_SOURCE_DIR}/engine/include/receipt_engine)
-  if(EXISTS ${dir})
-    install(DIRECTORY ${dir} DESTINATION ${SB_INCLUDE_DEST} FILES_MATCHING PATTERN "*.h")
-  endif()
-endforeach()
+# Only headers whose functions the library exports, or that the public headers include: the support
+# libraries linked into it stay hidden (systemif/print.h is there because printer.h names its Document).
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/service/include/service_business
+  ${PROJECT_SOURCE_DIR}/libs/common/include/common
+  ${PROJECT_SOURCE_DIR}/libs/utility_business/include/utility_business
+  DESTINATION ${SB_INCLUDE_DEST} FILES_MATCHING PATTERN "*.h")
+install(FILES ${PROJECT_SOURCE_DIR}/libs/systemif/include/systemif/print.h DESTINATION ${SB_INCLUDE_DEST}/systemif)
+install(FILES ${PROJECT_SOURCE_DIR}/libs/url_transporter/include/url_transporter/downloader_req_info.h
+  DESTINATION ${SB_INCLUDE_DEST}/url_transporter)
 install(EXPORT service_businessTargets NAMESPACE service_business:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/service_business)
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/service_businessConfig.cmake.in
   ${CMAKE_CURRENT_BINARY_DIR}/service_businessConfig.cmake INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/service_business)

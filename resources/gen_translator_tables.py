@@ -8,7 +8,8 @@
 The Han characters and their readings come from Debian's Unihan database (unicode-data):
 kGB0 (GB2312), kMandarin (pinyin), kSimplifiedVariant and kTraditionalVariant (the pairs). Unihan covers
 Han characters only, so the symbol rows of GB2312 (full-width punctuation, kana, box drawing...) are
-added from Python's own GB2312 codec; without them every "，" on a receipt would print as "(*)".
+added from Python's GB18030 codec, the printer's code page; without them every "，" on a receipt would
+print as "(*)". The table holds only characters that the code page encodes as a two-byte GB2312 code.
 Only characters of the Basic Multilingual Plane are written: the translator works on 16-bit units.
 """
 
@@ -58,17 +59,30 @@ def code_points(value):
     return [int(token[2:], 16) for token in value.split()]
 
 
+def gb2312_code(char):
+    """The character's two-byte GB2312 code in the printer's code page (GB18030), or None."""
+    try:
+        code = char.encode("gb18030")
+    except UnicodeEncodeError:
+        return None
+    return code if len(code) == 2 and 0xA1 <= code[0] <= 0xF7 and 0xA1 <= code[1] <= 0xFE else None
+
+
 def gb2312_set(unihan_dir):
     codes = {code for code, _ in read_field(unihan_dir, "Unihan_OtherMappings.txt.bz2", "kGB0")}
-    # Rows 1 to 9 of GB2312 hold its symbols; rows 16 onwards are the Han characters Unihan lists.
+    # Rows 1 to 9 of GB2312 hold its symbols; rows 16 onwards are the Han characters Unihan lists. Each
+    # code GB2312 defines is read through the printer's code page, which maps a few of them (A1A4, A1AA)
+    # to other characters than a plain GB2312 codec does; the codes GB2312 leaves empty are skipped.
     for row in range(1, 10):
         for cell in range(1, 95):
+            code = bytes([0xA0 + row, 0xA0 + cell])
             try:
-                char = bytes([0xA0 + row, 0xA0 + cell]).decode("gb2312")
+                code.decode("gb2312")
             except UnicodeDecodeError:
                 continue
-            codes.add(ord(char))
-    return sorted(code for code in codes if code <= 0xFFFF)
+            codes.add(ord(code.decode("gb18030")))
+    # Only what the printer prints as a GB2312 code: anything else would leave as bytes outside GB2312.
+    return sorted(code for code in codes if code <= 0xFFFF and gb2312_code(chr(code)))
 
 
 def pinyin_map(unihan_dir):

@@ -4,12 +4,16 @@
 #include "service_business/profile_manager.h"
 #include "service_business/sender.h"
 
+#include "msgbus/msgbus.h"
 #include "utility_business/ipc_define.h"
 #include "utility_business/message_json.h"
 #include "utility_business/process.h"
 
 #include <QThread>
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstdio>
 
 namespace service_business {
@@ -26,6 +30,31 @@ const QString kNotification = QStringLiteral("notification");
 const int kPrinterEnabledStateChanged = 4;
 const int kCloseAttempts = 50;
 const int kCloseIntervalMs = 200;
+// What each function may take in all, whatever the bus does: each message waits at most the bus's own
+// 800 ms, and less as the limit nears; the messages left when it is up are not sent.
+const int kNotifyTimeLimitMs = 2000;
+const int kCloseTimeLimitMs = 10000;
+std::atomic<int> g_timeLimitForTesting{-1};
+
+class TimeLimit {
+    using Clock = std::chrono::steady_clock;
+
+public:
+    explicit TimeLimit(int ms)
+    {
+        const int testing = g_timeLimitForTesting;
+        m_deadline = Clock::now() + std::chrono::milliseconds(testing >= 0 ? testing : ms);
+    }
+    // Milliseconds left, 0 once the limit is up.
+    int leftMs() const
+    {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(m_deadline - Clock::now()).count();
+        return static_cast<int>(std::max<long long>(left, 0));
+    }
+
+private:
+    Clock::time_point m_deadline;
+};
 
 std::function<void(int)>& sleepSource()
 {
@@ -49,9 +78,16 @@ PublishMsg notification(const QString& name)
     return msg;
 }
 
-void publishToEveryProfile(const PublishMsg& msg)
+template <typename Topic>
+bool publish(const Topic& topic, const PublishMsg& msg, const TimeLimit& limit)
 {
-    for (const auto& profile : ProfileManager::profileList()) Sender::publishData(profile->id(), msg);
+    const int left = limit.leftMs();
+    return left > 0 && Sender::publishData(topic, msg, std::min<int>(left, MsgBusNameSpace::Sender::kDefaultTimeout.count()));
+}
+
+void publishToEveryProfile(const PublishMsg& msg, const TimeLimit& limit)
+{
+    for (const auto& profile : ProfileManager::profileList()) publish(profile->id(), msg, limit);
 }
 
 void say(const char* text)
@@ -64,26 +100,28 @@ void say(const char* text)
 
 void setSleepForTesting(std::function<void(int ms)> sleep) { sleepSource() = std::move(sleep); }
 
+void setTimeLimitForTesting(int ms) { g_timeLimitForTesting = ms; }
+
 void notifyAppNetworkStatus(const utility_business::utility_enum::NetErrType& error, const int& value)
 {
     PublishMsg msg = notification(QStringLiteral("networkHasChanged"));
     msg.addArgument(static_cast<int>(error));
     msg.addArgument(value);
-    publishToEveryProfile(msg);
+    publishToEveryProfile(msg, TimeLimit(kNotifyTimeLimitMs));
 }
 
 void notifyAppPrinterEnabledStateChanged(int profileId)
 {
     PublishMsg msg = notification(QStringLiteral("printerHasChanged"));
     msg.addArgument(kPrinterEnabledStateChanged);
-    Sender::publishData(profileId, msg);
+    publish(profileId, msg, TimeLimit(kNotifyTimeLimitMs));
 }
 
 void notifyAppPrinterModification(utility_business::utility_enum::PrinterModification modification)
 {
     PublishMsg msg = notification(QStringLiteral("printerHasChanged"));
     msg.addArgument(static_cast<int>(modification));
-    publishToEveryProfile(msg);
+    publishToEveryProfile(msg, TimeLimit(kNotifyTimeLimitMs));
 }
 
 void printOrderCallBack(int id, const QString& text, bool done)
@@ -91,15 +129,16 @@ void printOrderCallBack(int id, const QString& text, bool done)
     PublishMsg msg(QStringLiteral("systemPrintCompleted"), kNotification);
     msg.addArgument(text);
     msg.addArgument(done);
-    Sender::publishData(id, msg);
+    publish(id, msg, TimeLimit(kNotifyTimeLimitMs));
 }
 
 void pushMsgToAllBrowser(const QString& text)
 {
     PublishMsg msg(QStringLiteral("pushMsgToBrowser"), kNotification);
     msg.addArgument(text);
-    Sender::publishData(QLatin1String(kLauncherTopic), msg);
-    publishToEveryProfile(msg);
+    const TimeLimit limit(kNotifyTimeLimitMs);
+    publish(QString::fromLatin1(kLauncherTopic), msg, limit);
+    publishToEveryProfile(msg, limit);
 }
 
 void pushPrintersHasChangedMsg()
@@ -117,9 +156,10 @@ bool closeApp(int profileId)
     const auto profile = ProfileManager::profile(profileId);
     if (!profile) return true;
     const PublishMsg msg(QStringLiteral("closeApp"), kNotification);
-    for (int attempt = 0; attempt < kCloseAttempts && profile->isUsing(); ++attempt) {
-        Sender::publishData(profileId, msg);
-        pause(kCloseIntervalMs);
+    const TimeLimit limit(kCloseTimeLimitMs);
+    for (int attempt = 0; attempt < kCloseAttempts && profile->isUsing() && limit.leftMs() > 0; ++attempt) {
+        publish(profileId, msg, limit);
+        pause(std::min(kCloseIntervalMs, limit.leftMs()));
     }
     return !profile->isUsing();
 }

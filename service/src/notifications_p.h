@@ -11,6 +11,9 @@ namespace utility {
 // Test seam: replaces the 200 ms pause of closeApp and closeRelationalExe (the argument is the pause in
 // milliseconds); null restores the real sleep.
 void setSleepForTesting(std::function<void(int ms)> sleep);
+// Test seam: replaces the time limit of every notification function (2 s, and 10 s for closeApp); a
+// negative value restores them.
+void setTimeLimitForTesting(int ms);
 
 }  // namespace utility
 }  // namespace service_business

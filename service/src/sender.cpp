@@ -6,9 +6,6 @@
 namespace service_business {
 
 namespace {
-// A negative timeout waits the bus's own default for the broker to take the message.
-const int kDefaultTimeout = -1;
-
 std::string topicText(int topic) { return std::to_string(topic); }
 }  // namespace
 
@@ -22,23 +19,26 @@ Sender::Sender()
 
 Sender::~Sender() = default;
 
-bool Sender::sendData(const std::string& topic, const std::string& body)
+bool Sender::sendData(const std::string& topic, const std::string& body, int timeoutMs)
 {
-    return m_sender && m_sender->SendMsg({topic, body}, kDefaultTimeout, nullptr);
+    return m_sender && m_sender->SendMsg({topic, body}, timeoutMs, nullptr);
 }
 
-bool Sender::sendData(int topic, const std::string& body) { return sendData(topicText(topic), body); }
-
-bool Sender::publishData(const QString& topic, const utility_business::ipc_define::PublishMsg& msg)
+bool Sender::sendData(int topic, const std::string& body, int timeoutMs)
 {
-    Sender sender;
-    return sender.sendData(topic.toStdString(), msg.toString().toStdString());
+    return sendData(topicText(topic), body, timeoutMs);
 }
 
-bool Sender::publishData(int topic, const utility_business::ipc_define::PublishMsg& msg)
+bool Sender::publishData(const QString& topic, const utility_business::ipc_define::PublishMsg& msg, int timeoutMs)
 {
     Sender sender;
-    return sender.sendData(topic, msg.toString().toStdString());
+    return sender.sendData(topic.toStdString(), msg.toString().toStdString(), timeoutMs);
+}
+
+bool Sender::publishData(int topic, const utility_business::ipc_define::PublishMsg& msg, int timeoutMs)
+{
+    Sender sender;
+    return sender.sendData(topic, msg.toString().toStdString(), timeoutMs);
 }
 
 }  // namespace service_business

@@ -31,11 +31,13 @@ const char usageText[] =
     "                 Settings-Env.json, when missing or not valid JSON, are restored from their\n"
     "                 factory copies in the resource package; says what it found and did. Restoring\n"
     "                 Settings-App.json removes every profile, since the factory file lists none.\n"
+    "                 A damaged file is kept beside it as NAME.damaged-TIME (the last three).\n"
+    "                 Files of the wrong shape and the profiles' own files are judged, not repaired.\n"
     "  env get KEY    prints the value of KEY in Settings-Env.json\n"
     "  env set KEY V  stores the text V under KEY in Settings-Env.json\n"
     "\n"
-    "exit codes: 0 done, 1 a file could not be repaired or written, KEY is not set, or the settings\n"
-    "            need \"sbtool settings check\" first, 2 the command line is wrong\n";
+    "exit codes: 0 done, 1 a file could not be repaired or written or was left damaged, KEY is not\n"
+    "            set, or the settings need \"sbtool settings check\" first, 2 the command line is wrong\n";
 
 void say(const QString& line)
 {
@@ -45,9 +47,12 @@ void say(const QString& line)
 int runCheck()
 {
     const QStringList files = globalSettingsFiles();
-    QList<FileState> before;
-    for (const QString& name : files)
-        before << settingsFileState(name);
+    QList<FileCheck> before;
+    QList<QStringList> copiesBefore;
+    for (const QString& name : files) {
+        before << checkSettingsFile(name);
+        copiesBefore << damagedCopies(name);
+    }
     const QString profilesDir = utility_business::kelmoPathInfo().profilesDir();
     const bool hadProfiles = QFileInfo(profilesDir).isDir();
 
@@ -59,19 +64,45 @@ int runCheck()
     service_business::data_manage::data_checker::checkSettings();
 
     say(QStringLiteral("settings in %1").arg(dir));
+    int leftDamaged = 0;
     for (int i = 0; i < files.size(); ++i) {
-        const FileState after = settingsFileState(files[i]);
-        if (after != FileState::Good)
+        const FileCheck after = checkSettingsFile(files[i]);
+        if (after.state == FileState::WrongShape) {
+            // The start-up restores only files that do not load; one of the wrong shape makes saves fail.
+            say(QStringLiteral("%1: %2; not repaired: fix it, or remove it to have the factory copy restored")
+                    .arg(files[i], after.problem));
+            ++leftDamaged;
+        } else if (after.state != FileState::Good) {
             return fail(QStringLiteral("cannot restore %1 (it is %2) from the factory copy in %3")
-                            .arg(files[i], stateText(after), utility_business::kelmoPathInfo().ostinelPakPath()));
-        if (before[i] == FileState::Good)
+                            .arg(files[i], after.problem, utility_business::kelmoPathInfo().ostinelPakPath()));
+        } else if (before[i].state == FileState::Good) {
             say(QStringLiteral("%1: good").arg(files[i]));
-        else
-            say(QStringLiteral("%1: restored from the factory copy (it was %2)").arg(files[i], stateText(before[i])));
+        } else {
+            const QStringList copies = damagedCopies(files[i]);
+            const QString kept = copies != copiesBefore[i] && !copies.isEmpty()
+                                     ? QStringLiteral("; kept as %1").arg(copies.last())
+                                     : QString();
+            say(QStringLiteral("%1: restored from the factory copy (it was %2%3)")
+                    .arg(files[i], before[i].problem, kept));
+        }
     }
     if (hadProfiles && !QFileInfo(profilesDir).exists())
         say(QStringLiteral("profiles removed: the factory Settings-App.json lists none"));
+    // The start-up leaves a profile's files as they are: the profile reads its defaults, and its next save
+    // writes both files again.
+    for (const QString& name : profileSettingsFiles()) {
+        const FileCheck check = checkSettingsFile(name);
+        if (check.state == FileState::Good) {
+            say(QStringLiteral("%1: good").arg(name));
+        } else {
+            say(QStringLiteral("%1: %2; not repaired: the profile reads its defaults until its next save")
+                    .arg(name, check.problem));
+            ++leftDamaged;
+        }
+    }
     std::fflush(stdout);
+    if (leftDamaged > 0)
+        return fail(QStringLiteral("%1 settings file(s) left damaged, named above").arg(leftDamaged));
     return ExitOk;
 }
 

@@ -4,8 +4,10 @@
 
 #include <zmq_addon.hpp>
 
-#include <deque>
+#include <atomic>
 #include <iterator>
+#include <map>
+#include <set>
 #include <vector>
 
 namespace MsgBusNameSpace {
@@ -16,18 +18,16 @@ using Message = std::vector<zmq::message_t>;
 
 // Larger frames are refused at the door: a peer that sends one is disconnected.
 constexpr std::int64_t kMaxFrameSize = 16 * 1024 * 1024;
-// How soon the broker tries again to publish to a subscriber whose backlog is full.
-constexpr std::chrono::milliseconds kRetryInterval{2};
 
-// A message on its way to the subscribers, with the answer owed to its sender (none for a readiness answer).
-struct Outgoing {
-    Message frames;
-    Message answer;  // [sender identity, sequence]
-};
+// A listener as the broker knows it: the topics it subscribed to, keyed by its connection's identity.
+using Listeners = std::map<std::string, std::set<std::string>>;
 
 class Forwarder {
 public:
-    Forwarder(zmq::socket_t intake, zmq::socket_t publish) : m_intake(std::move(intake)), m_publish(std::move(publish)) {}
+    Forwarder(zmq::socket_t intake, zmq::socket_t publish, std::shared_ptr<std::atomic<std::uint64_t>> dropped)
+        : m_intake(std::move(intake)), m_publish(std::move(publish)), m_dropped(std::move(dropped))
+    {
+    }
 
     // Forwards until the context is shut down.
     void run()
@@ -44,27 +44,33 @@ public:
 private:
     void step()
     {
-        // New hand-overs wait while a message is held back, so that order is kept and nothing is skipped.
-        zmq::pollitem_t items[] = {{m_publish.handle(), 0, ZMQ_POLLIN, 0},
-                                   {m_intake.handle(), 0, static_cast<short>(m_queue.empty() ? ZMQ_POLLIN : 0), 0}};
-        zmq::poll(items, 2, m_queue.empty() ? std::chrono::milliseconds(-1) : kRetryInterval);
+        zmq::pollitem_t items[] = {{m_publish.handle(), 0, ZMQ_POLLIN, 0}, {m_intake.handle(), 0, ZMQ_POLLIN, 0}};
+        zmq::poll(items, 2, std::chrono::milliseconds(-1));
         if (items[0].revents & ZMQ_POLLIN) takeSubscriptions();
         if (items[1].revents & ZMQ_POLLIN) takeHandOver();
-        flush();
     }
 
+    // [identity, request]: a request is the byte 1 and a topic to subscribe, or 0 and a topic to leave.
     void takeSubscriptions()
     {
-        zmq::message_t message;
-        while (m_publish.recv(message, zmq::recv_flags::dontwait)) {
-            // A subscription is the byte 1 followed by the topic; 0 is an unsubscription.
-            const auto* data = static_cast<const char*>(message.data());
-            if (message.size() < 1 || data[0] != 1) continue;
-            const std::string topic(data + 1, message.size() - 1);
-            if (topic.compare(0, wire::kReadyPrefix.size(), wire::kReadyPrefix) != 0) continue;
-            Outgoing ready;
-            ready.frames.emplace_back(topic.data(), topic.size());
-            m_queue.push_back(std::move(ready));
+        Message parts;
+        while (zmq::recv_multipart(m_publish, std::back_inserter(parts), zmq::recv_flags::dontwait)) {
+            if (parts.size() == 2 && parts[1].size() >= 1) {
+                const std::string identity = parts[0].to_string();
+                const auto* data = static_cast<const char*>(parts[1].data());
+                const std::string topic(data + 1, parts[1].size() - 1);
+                if (data[0] == 1 && topic.compare(0, wire::kReadyPrefix.size(), wire::kReadyPrefix) == 0) {
+                    // A listener's requests arrive in order: the ones before this are in force.
+                    Message ready;
+                    ready.emplace_back(topic.data(), topic.size());
+                    if (!deliver(identity, ready)) m_listeners.erase(identity);
+                } else if (data[0] == 1) {
+                    m_listeners[identity].insert(topic);
+                } else if (data[0] == 0) {
+                    m_listeners[identity].erase(topic);
+                }
+            }
+            parts.clear();
         }
     }
 
@@ -74,28 +80,45 @@ private:
         if (!zmq::recv_multipart(m_intake, std::back_inserter(parts), zmq::recv_flags::dontwait)) return;
         // [identity, sequence, topic, body...]; anything else does not come from a Sender and is dropped.
         if (parts.size() < 3 || !wire::decodeSequence(parts[1].data(), parts[1].size())) return;
-        Outgoing out;
-        out.answer.push_back(std::move(parts[0]));
-        out.answer.push_back(std::move(parts[1]));
-        out.frames.assign(std::make_move_iterator(parts.begin() + 2), std::make_move_iterator(parts.end()));
-        m_queue.push_back(std::move(out));
+        const Message frames(std::make_move_iterator(parts.begin() + 2), std::make_move_iterator(parts.end()));
+        const std::string topic = frames.front().to_string();
+        std::vector<std::string> gone;
+        for (const auto& [identity, topics] : m_listeners) {
+            if (topics.count(topic) && !deliver(identity, frames)) gone.push_back(identity);
+        }
+        for (const std::string& identity : gone) m_listeners.erase(identity);
+        // The answer to a sender that has gone is dropped by the socket.
+        Message answer;
+        answer.push_back(std::move(parts[0]));
+        answer.push_back(std::move(parts[1]));
+        (void)zmq::send_multipart(m_intake, answer, zmq::send_flags::dontwait);
     }
 
-    void flush()
+    // Queues the frames for one listener; false when it has gone. A listener whose backlog is full misses
+    // the message, and only it: the broker never waits for it.
+    bool deliver(const std::string& identity, const Message& frames)
     {
-        while (!m_queue.empty()) {
-            Outgoing& front = m_queue.front();
-            // Refused as a whole while some matching subscriber's backlog is full (ZMQ_XPUB_NODROP).
-            if (!zmq::send_multipart(m_publish, front.frames, zmq::send_flags::dontwait)) return;
-            // The answer to a sender that has gone is dropped by the socket.
-            if (!front.answer.empty()) (void)zmq::send_multipart(m_intake, front.answer, zmq::send_flags::dontwait);
-            m_queue.pop_front();
+        try {
+            if (!m_publish.send(zmq::buffer(identity), zmq::send_flags::sndmore | zmq::send_flags::dontwait)) {
+                ++*m_dropped;
+                return true;
+            }
+        } catch (const zmq::error_t& error) {
+            if (error.num() != EHOSTUNREACH) throw;
+            return false;
         }
+        // Once the first frame is accepted, ZeroMQ takes the rest of the message as a whole.
+        for (std::size_t i = 0; i < frames.size(); ++i) {
+            const auto more = i + 1 < frames.size() ? zmq::send_flags::sndmore : zmq::send_flags::none;
+            m_publish.send(zmq::buffer(frames[i].data(), frames[i].size()), more | zmq::send_flags::dontwait);
+        }
+        return true;
     }
 
     zmq::socket_t m_intake;   // ROUTER: hand-overs from Senders, answers back to them
-    zmq::socket_t m_publish;  // XPUB: messages out to subscribers, subscriptions in
-    std::deque<Outgoing> m_queue;
+    zmq::socket_t m_publish;  // ROUTER: subscriptions from listeners, messages out to them
+    Listeners m_listeners;
+    std::shared_ptr<std::atomic<std::uint64_t>> m_dropped;
 };
 
 int boundPort(const zmq::socket_t& socket)
@@ -124,16 +147,19 @@ bool Broker::start(const std::string& host, int sendPort, int recvPort)
         endpoint = wire::tcpEndpoint(host, sendPort);
         intake.bind(endpoint);
 
-        zmq::socket_t publish(*context, zmq::socket_type::xpub);
+        zmq::socket_t publish(*context, zmq::socket_type::router);
         publish.set(zmq::sockopt::linger, 0);
+        publish.set(zmq::sockopt::maxmsgsize, kMaxFrameSize);
         publish.set(zmq::sockopt::sndhwm, m_subscriberBacklog);
-        publish.set(zmq::sockopt::xpub_nodrop, true);
+        // A full backlog then refuses the send (EAGAIN) rather than dropping it unseen, so it is counted.
+        publish.set(zmq::sockopt::router_mandatory, true);
         endpoint = wire::tcpEndpoint(host, recvPort);
         publish.bind(endpoint);
 
         m_sendPort = boundPort(intake);
         m_recvPort = boundPort(publish);
-        m_thread = std::thread([forwarder = Forwarder(std::move(intake), std::move(publish))]() mutable {
+        m_dropped = std::make_shared<std::atomic<std::uint64_t>>(0);
+        m_thread = std::thread([forwarder = Forwarder(std::move(intake), std::move(publish), m_dropped)]() mutable {
             forwarder.run();
         });
     } catch (const std::exception& error) {

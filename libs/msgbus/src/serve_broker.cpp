@@ -25,6 +25,9 @@ int serveBroker(const std::string& host, int sendPort, int recvPort)
                       << ", serving subscribers on tcp://" << host << ':' << broker.recvPort() << std::endl;
             int received = 0;
             sigwait(&signals, &received);
+            if (broker.droppedMessages() > 0)
+                std::cout << "bus broker: " << broker.droppedMessages()
+                          << " messages dropped for listeners that stopped reading" << std::endl;
         } else {
             std::cerr << "bus broker: " << broker.errorString() << std::endl;
             status = 1;

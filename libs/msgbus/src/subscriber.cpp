@@ -23,19 +23,33 @@ std::string freshReadyTopic()
 }  // namespace
 
 Subscriber::Subscriber(zmq::context_t& context, const std::string& host, int port)
-    : m_socket(context, zmq::socket_type::sub)
+    : m_socket(context, zmq::socket_type::dealer), m_monitor(context, zmq::socket_type::pair)
 {
     m_socket.set(zmq::sockopt::linger, 0);
+    m_monitor.set(zmq::sockopt::linger, 0);
+    // The broker keeps the subscriptions: each new connection to it (a broker that restarted) gets them again.
+    static std::atomic<unsigned long> monitors{0};
+    const std::string events = "inproc://msgbus.subscriber." + std::to_string(++monitors);
+    if (zmq_socket_monitor(m_socket.handle(), events.c_str(), ZMQ_EVENT_CONNECTED) != 0) throw zmq::error_t();
+    m_monitor.connect(events);
     m_socket.connect(wire::tcpEndpoint(host, port));
+}
+
+Subscriber::~Subscriber() { zmq_socket_monitor(m_socket.handle(), nullptr, 0); }
+
+void Subscriber::request(char action, const std::string& topic)
+{
+    const std::string text = action + topic;
+    (void)m_socket.send(zmq::buffer(text), zmq::send_flags::dontwait);
 }
 
 bool Subscriber::subscribe(const std::string& topic, std::chrono::milliseconds timeout)
 {
-    m_socket.set(zmq::sockopt::subscribe, topic);
+    request(1, topic);
     m_topics.insert(topic);
 
     const std::string ready = freshReadyTopic();
-    m_socket.set(zmq::sockopt::subscribe, ready);
+    request(1, ready);
     const Clock::time_point deadline = Clock::now() + timeout;
     bool confirmed = false;
     while (auto message = next(deadline)) {
@@ -45,7 +59,6 @@ bool Subscriber::subscribe(const std::string& topic, std::chrono::milliseconds t
         }
         if (isSubscribed(*message)) m_early.push_back(std::move(*message));
     }
-    m_socket.set(zmq::sockopt::unsubscribe, ready);
     return confirmed;
 }
 
@@ -67,13 +80,19 @@ std::optional<Frames> Subscriber::next(Clock::time_point deadline)
 {
     for (;;) {
         const auto remaining = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-        zmq::pollitem_t item{m_socket.handle(), 0, ZMQ_POLLIN, 0};
+        zmq::pollitem_t items[] = {{m_socket.handle(), 0, ZMQ_POLLIN, 0}, {m_monitor.handle(), 0, ZMQ_POLLIN, 0}};
         try {
-            zmq::poll(&item, 1, std::max(remaining, std::chrono::milliseconds(0)));
+            zmq::poll(items, 2, std::max(remaining, std::chrono::milliseconds(0)));
         } catch (const zmq::error_t& error) {
             if (error.num() != EINTR) return std::nullopt;  // the context is shutting down
         }
-        if (item.revents & ZMQ_POLLIN) {
+        if (items[1].revents & ZMQ_POLLIN) {
+            std::vector<zmq::message_t> event;
+            if (zmq::recv_multipart(m_monitor, std::back_inserter(event), zmq::recv_flags::dontwait)) {
+                for (const std::string& topic : m_topics) request(1, topic);
+            }
+        }
+        if (items[0].revents & ZMQ_POLLIN) {
             std::vector<zmq::message_t> parts;
             if (zmq::recv_multipart(m_socket, std::back_inserter(parts), zmq::recv_flags::dontwait)) {
                 Frames message;

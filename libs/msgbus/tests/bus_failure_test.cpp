@@ -45,7 +45,9 @@ TEST_F(BrokerLifecycle, PublishingWorksAgainAfterBrokerRestarts)
 {
     const int sendPort = m_broker.sendPort();
     const int recvPort = m_broker.recvPort();
+    auto early = listen("1");
     ASSERT_TRUE(publish("1", "before"));
+    ASSERT_EQ(early->receive(5s), (Frames{"1", "before"}));
 
     m_broker.stop();
     EXPECT_FALSE(publish("1", "while down", 300));
@@ -56,6 +58,10 @@ TEST_F(BrokerLifecycle, PublishingWorksAgainAfterBrokerRestarts)
     // Nothing published while the broker was down was kept to be sent later.
     EXPECT_EQ(subscriber->receive(5s), (Frames{"1", "after"}));
     EXPECT_FALSE(subscriber->receive(200ms));
+    // A listener from before the restart subscribes again by itself once it has reconnected.
+    bool heard = false;
+    for (int i = 0; i < 50 && !heard; ++i) heard = publish("1", "again") && early->receive(100ms).has_value();
+    EXPECT_TRUE(heard);
 }
 
 TEST_F(BrokerLifecycle, RefusesPortsInUseOrAStartWhileRunningAndReleasesWhatItBound)

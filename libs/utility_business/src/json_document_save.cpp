@@ -19,6 +19,7 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -63,7 +64,9 @@ QByteArray directoryOf(const QByteArray& path)
 QByteArray fileNameOf(const QByteArray& path) { return path.mid(path.lastIndexOf('/') + 1); }
 
 // Creates ".<name>.tmp-XXXXXX" beside the target with O_EXCL, so that the process umask applies to a new
-// file as it would to any other file the client creates.
+// file as it would to any other file the client creates. The file stays locked (flock) until the save ends:
+// the lock tells another process's start-up that its writer is alive. A start-up may take the lock between
+// our open and our flock and remove the file; such a name is given up for a new one.
 int createTemporary(const QByteArray& target, QByteArray& tempPath)
 {
     static const char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
@@ -72,13 +75,32 @@ int createTemporary(const QByteArray& target, QByteArray& tempPath)
         QByteArray candidate = prefix;
         for (int i = 0; i < 6; ++i) candidate += alphabet[QRandomGenerator::global()->bounded(62)];
         const int fd = ::open(candidate.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd >= 0 || errno != EEXIST) {
+        if (fd < 0 && errno != EEXIST) return -1;
+        if (fd < 0) continue;
+        struct stat st;
+        if (::flock(fd, LOCK_EX | LOCK_NB) == 0 && ::fstat(fd, &st) == 0 && st.st_nlink > 0) {
             tempPath = candidate;
             return fd;
         }
+        ::close(fd);
     }
     errno = EEXIST;
     return -1;
+}
+
+// Removes the temporary at `path` when no writer holds its lock; the lock is kept while unlinking so that
+// a writer that opened the file meanwhile sees it unlinked and moves on to another name.
+bool removeIfAbandoned(const QByteArray& path)
+{
+    const int fd = ::open(path.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) return false;
+    struct stat held, named;
+    // The name may have been renamed over the target, and reused, since it was listed: unlink only the file locked.
+    const bool removed = ::flock(fd, LOCK_EX | LOCK_NB) == 0 && ::fstat(fd, &held) == 0 &&
+                         ::lstat(path.constData(), &named) == 0 && held.st_ino == named.st_ino &&
+                         held.st_dev == named.st_dev && ::unlink(path.constData()) == 0;
+    ::close(fd);
+    return removed;
 }
 
 bool writeAll(const FileOps& ops, int fd, const QByteArray& bytes)
@@ -148,13 +170,16 @@ bool writeFileAtomically(const QString& path, const QByteArray& bytes)
         fail("writing");
     else if (ops.fsync(fd) != 0)
         fail("syncing");
-    if (::close(fd) != 0 && !step) fail("closing");
+    // The rename and the removal of a failed temporary happen before the close, under the writer's lock.
     if (!step && ::rename(tempPath.constData(), target.constData()) != 0) fail("renaming");
     if (step) {
         logFailure(step, target, error);
         ::unlink(tempPath.constData());
+        ::close(fd);
         return false;
     }
+    // The contents are synced and renamed: a failing close no longer undoes the save.
+    if (::close(fd) != 0) logFailure("closing", target, errno);
     syncDirectory(directoryOf(target));
     return true;
 }
@@ -173,7 +198,7 @@ int JsonDocument::removeStaleTemporaryFiles(const QString& dir)
     const QFileInfoList entries = QDir(dir).entryInfoList(QDir::Files | QDir::Hidden | QDir::System);
     for (const QFileInfo& entry : entries) {
         if (entry.isSymLink() || !json_save::isTemporaryFileName(entry.fileName())) continue;
-        if (QFile::remove(entry.absoluteFilePath())) ++removed;
+        if (json_save::removeIfAbandoned(QFile::encodeName(entry.absoluteFilePath()))) ++removed;
     }
     return removed;
 }

@@ -5,6 +5,7 @@
 #include <cjson/cJSON.h>
 
 #include <QLocale>
+#include <QVector>
 
 #include <cmath>
 
@@ -108,14 +109,77 @@ void appendNode(QByteArray& out, const cJSON* node, bool indented, int depth)
     }
 }
 
+// The value of the four hexadecimal digits at `p`, or -1.
+int hexValue(const char* p, const char* end)
+{
+    if (end - p < 4) return -1;
+    int value = 0;
+    for (int i = 0; i < 4; ++i) {
+        const char c = p[i];
+        const int digit = c >= '0' && c <= '9'   ? c - '0'
+                          : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                          : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                                 : -1;
+        if (digit < 0) return -1;
+        value = value * 16 + digit;
+    }
+    return value;
+}
+
+bool isSurrogate(int unit, int first) { return unit >= first && unit < first + 0x400; }
+
+// Two escapes cJSON cannot hold are rewritten before it parses. Qt's JSON writer escapes half a surrogate
+// pair (a cut emoji) as it is, which strict parsers refuse; the rest of the client reads it as U+FFFD, so
+// do we ("\ud83d" becomes "\ufffd"). A NUL ("\u0000") would end cJSON's C string and lose the rest of the
+// text; it is dropped, and where it was in the result is recorded in `dropped` so that error positions
+// stay right. The text is copied only when it holds one of them.
+QByteArray withEscapesCJsonCanHold(const QByteArray& text, QVector<int>& dropped)
+{
+    QByteArray out;
+    const char* const begin = text.constData();
+    const char* const end = begin + text.size();
+    int copiedUpTo = 0;  // text before this offset is in `out` already
+    const auto rewrite = [&](const char* p, const char* with) {
+        out += text.mid(copiedUpTo, static_cast<int>(p - begin) - copiedUpTo);
+        out += with;
+        copiedUpTo = static_cast<int>(p - begin) + 6;
+    };
+    for (const char* p = begin; p < end; ++p) {
+        if (*p != '\\') continue;
+        if (p + 1 >= end || p[1] != 'u') {
+            ++p;  // an escaped character, perhaps a backslash
+            continue;
+        }
+        const int unit = hexValue(p + 2, end);
+        if (isSurrogate(unit, 0xD800) && p + 7 < end && p[6] == '\\' && p[7] == 'u' &&
+            isSurrogate(hexValue(p + 8, end), 0xDC00)) {
+            p += 11;  // a whole pair
+            continue;
+        }
+        if (unit == 0) {
+            rewrite(p, "");
+            dropped << out.size();
+        } else if (isSurrogate(unit, 0xD800) || isSurrogate(unit, 0xDC00)) {
+            rewrite(p, "\\ufffd");
+        } else {
+            continue;
+        }
+        p += 5;
+    }
+    if (copiedUpTo == 0) return text;
+    return out + text.mid(copiedUpTo);
+}
+
 }  // namespace
 
-cJSON* parse(const QByteArray& text, QString* error)
+cJSON* parse(const QByteArray& original, QString* error)
 {
-    if (text.isEmpty()) {
+    if (original.isEmpty()) {
         if (error) *error = QStringLiteral("empty JSON text");
         return nullptr;
     }
+    QVector<int> dropped;
+    const QByteArray text = withEscapesCJsonCanHold(original, dropped);
     const char* end = nullptr;
     cJSON* node = cJSON_ParseWithLengthOpts(text.constData(), static_cast<size_t>(text.size()), &end, false);
     const char* const textEnd = text.constData() + text.size();
@@ -127,8 +191,12 @@ cJSON* parse(const QByteArray& text, QString* error)
         }
     }
     if (!node && error) {
-        const int offset = end ? static_cast<int>(end - text.constData()) : 0;
-        *error = positionText(text, offset);
+        const int rewritten = end ? static_cast<int>(end - text.constData()) : 0;
+        int offset = rewritten;
+        for (int at : dropped) {
+            if (at <= rewritten) offset += 6;
+        }
+        *error = positionText(original, offset);
     }
     return node;
 }

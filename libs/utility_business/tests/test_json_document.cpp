@@ -26,6 +26,8 @@ TEST(JsonDocumentParse, BadTextGivesEmptyObjectOrIsRefusedWithPositionKeepingThe
     QString error;
     EXPECT_FALSE(doc.fromString(QStringLiteral("{\n  \"a\": tru\n}"), error));
     EXPECT_EQ(error, "invalid JSON at line 2, column 8");
+    EXPECT_FALSE(doc.fromString(QStringLiteral("[\"\\u0000\", tru]"), error));  // the dropped NUL still counts
+    EXPECT_EQ(error, "invalid JSON at line 1, column 12");
     EXPECT_FALSE(doc.fromString(QString(), error));
     EXPECT_EQ(error, "empty JSON text");
     EXPECT_FALSE(doc.fromString(QStringLiteral("[1] [2]"), error));
@@ -94,6 +96,10 @@ TEST(JsonDocumentText, NumbersStringsAndArrayEntriesHaveExactCompactForms)
     ASSERT_TRUE(doc.setString({"k\"ey"}, value));
     EXPECT_EQ(compact(doc), QString::fromUtf8("{\"k\\\"ey\":\"a\\\"b\\\\c\\nd\\te\\u0001 宫保鸡丁\"}"));
     EXPECT_EQ(JsonDocument(compact(doc)).getString({"k\"ey"}), value);
+    // Half a surrogate pair, as Qt's writer leaves a cut emoji, reads as U+FFFD, and a NUL, which would end
+    // the C string, is dropped alone; pairs and "\\u" stay.
+    EXPECT_EQ(compact(JsonDocument(QStringLiteral(R"(["\ud83d","x\uDC00","\ud83d\ude00","\\ud83d","\ud83d\u0041","A\u0000B"])"))),
+              QString::fromUtf8(R"(["�","x�","😀","\\ud83d","�A","AB"])"));
 
     const JsonDocument list(QStringLiteral("{\"list\":[{\"a\": 1, \"b\": [2]}, \"s\", 3], \"o\": {}}"));
     EXPECT_EQ(list.array({"list"}), (QStringList{"{\"a\":1,\"b\":[2]}", "\"s\"", "3"}));

@@ -14,6 +14,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -246,17 +248,21 @@ TEST_F(JsonDocumentSaveOnTmpfs, ReadOnlyFileSystemKeepsOldFile)
     EXPECT_EQ(entriesOf(m_mount), QStringList{"Settings-App.json"});
 }
 
-TEST(JsonDocumentStaleTemporaries, RemovesOnlyFilesNamedLikeSaveTemporaries)
+TEST(JsonDocumentStaleTemporaries, RemovesOnlyAbandonedFilesNamedLikeSaveTemporaries)
 {
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
     const QStringList names = {".Settings-App.json.tmp-Ab3dE9", ".x.tmp-12345", ".x.tmp-1234567", "x.tmp-ABCDEF",
-                               "Settings-App.json", ".Settings-Env.json.tmp-zzzzzz"};
+                               "Settings-App.json", ".Settings-Env.json.tmp-zzzzzz", ".Settings-Env.json.tmp-Locked"};
     for (const QString& name : names) writeFile(dir.filePath(name), "{}");
     ASSERT_TRUE(QDir(dir.path()).mkdir(QStringLiteral(".dir.json.tmp-AAAAAA")));
+    // A save under way holds the lock on its temporary.
+    const int writer = ::open(QFile::encodeName(dir.filePath(names.last())).constData(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(::flock(writer, LOCK_EX), 0);
 
     EXPECT_EQ(JsonDocument::removeStaleTemporaryFiles(dir.path()), 2);
-    EXPECT_EQ(entriesOf(dir.path()),
-              (QStringList{".dir.json.tmp-AAAAAA", ".x.tmp-12345", ".x.tmp-1234567", "Settings-App.json", "x.tmp-ABCDEF"}));
+    ::close(writer);
+    EXPECT_EQ(entriesOf(dir.path()), (QStringList{".Settings-Env.json.tmp-Locked", ".dir.json.tmp-AAAAAA", ".x.tmp-12345",
+                                                  ".x.tmp-1234567", "Settings-App.json", "x.tmp-ABCDEF"}));
     EXPECT_EQ(JsonDocument::removeStaleTemporaryFiles(dir.filePath(QStringLiteral("missing"))), 0);
 }

@@ -2,6 +2,10 @@
 // The notifications the service publishes to the client's other processes: the shop window of each
 // profile (topic: the profile id in decimal) and the launcher (topic "KM_LAUNCHER_NAME"). Each message is
 // published through a Sender of its own; a message the bus does not take is dropped, not retried.
+//
+// Each function returns within 2 seconds, whatever the bus does (a broker that is down or does not answer):
+// a message waits at most 800 ms for the bus, and the messages still unsent when the time is up are dropped.
+// closeApp returns within about 10 seconds; closeRelationalExe has no limit, by design.
 
 #include "service_business/export.h"
 
@@ -30,8 +34,8 @@ SERVICE_BUSINESS_EXPORT void pushPrintersHasChangedMsg();
 SERVICE_BUSINESS_EXPORT void pushProfilesHasChangedMsg();
 
 // Asks the profile's window to close: "closeApp" every 200 ms while the profile is marked in use, at most
-// 50 times. True when the profile is not in use afterwards, and at once for an unknown profile. Blocks
-// the calling thread for up to about 10 seconds.
+// 50 times and for 10 seconds in all. True when the profile is not in use afterwards, and at once for an
+// unknown profile. Blocks the calling thread for up to about 10 seconds, also when the bus is down.
 SERVICE_BUSINESS_EXPORT bool closeApp(int profileId);
 // Asks the launcher to close ("closeLauncher"), then sends "closeApp" to every profile every 200 ms for as
 // long as a shop-window process runs, with no limit: it returns only when the last one has gone. Writes

@@ -26,13 +26,15 @@ public:
     Sender(const Sender&) = delete;
     Sender& operator=(const Sender&) = delete;
 
-    // True when the bus took the message; false, without retrying or queueing, when it did not.
-    bool sendData(const std::string& topic, const std::string& body);
-    bool sendData(int topic, const std::string& body);
+    // True when the bus took the message within timeoutMs (negative: the bus's own wait, 800 ms); false,
+    // without retrying or queueing, when it did not.
+    bool sendData(const std::string& topic, const std::string& body, int timeoutMs = -1);
+    bool sendData(int topic, const std::string& body, int timeoutMs = -1);
 
     // Publishes the message's text to the topic through a Sender of its own.
-    static bool publishData(const QString& topic, const utility_business::ipc_define::PublishMsg& msg);
-    static bool publishData(int topic, const utility_business::ipc_define::PublishMsg& msg);
+    static bool publishData(const QString& topic, const utility_business::ipc_define::PublishMsg& msg,
+                            int timeoutMs = -1);
+    static bool publishData(int topic, const utility_business::ipc_define::PublishMsg& msg, int timeoutMs = -1);
 
 private:
     std::unique_ptr<MsgBusNameSpace::Sender> m_sender;

@@ -1,7 +1,7 @@
 #include "service_business/data_checker.h"
 
 #include "db/settings_files.h"
-#include "db/sync_data.h"
+#include "service_business/sync_data.h"
 #include "service_business/json_db.h"
 #include "service_business/json_db_browser.h"
 
@@ -10,7 +10,9 @@
 #include "systemif/hash.h"
 #include "utility_business/json_document.h"
 #include "utility_business/kelmo_path_info.h"
+#include "utility_business/log.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 
@@ -60,11 +62,34 @@ bool loadPackaged(const char* member, JsonDocument& doc)
     return doc.fromString(text, error);
 }
 
+constexpr int kDamagedCopiesKept = 3;
+
+// A damaged file is moved aside before the factory copy replaces it, as "<name>.damaged-<UTC time>" with
+// the newest few kept, so that what it held can still be recovered by hand. A missing file has nothing to
+// keep, and a directory where the file belongs is left for the save to fail on. False when it cannot be moved.
+bool keepDamagedAside(const QDir& dir, const QString& name)
+{
+    const QString path = dir.filePath(name);
+    if (!QFileInfo(path).isFile()) return true;
+    const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz"));
+    QString kept = dir.filePath(name + QStringLiteral(".damaged-") + stamp);
+    for (int n = 1; QFileInfo::exists(kept); ++n)  // two restores within a millisecond
+        kept = dir.filePath(name + QStringLiteral(".damaged-%1-%2").arg(stamp).arg(n));
+    const bool moved = QFile::rename(path, kept);
+    utility_business::log::NormalLog("error", "src/db/data_checker", __LINE__)
+        << path << (moved ? QStringLiteral(" is damaged: kept as %1, restoring the factory copy").arg(kept)
+                          : QStringLiteral(" is damaged and cannot be moved aside to %1: not restored").arg(kept));
+    QStringList copies = dir.entryList({name + QStringLiteral(".damaged-*")}, QDir::Files | QDir::Hidden, QDir::Name);
+    while (copies.size() > kDamagedCopiesKept) QFile::remove(dir.filePath(copies.takeFirst()));
+    return moved;
+}
+
 // On a new installation the application-data directory does not exist yet: make it before the first save.
 bool saveToAppdata(const JsonDocument& doc, const char* fileName)
 {
-    const QString dir = kelmoPathInfo().appdataDir();
-    return QDir().mkpath(dir) && doc.toFile(joinPath(dir, QLatin1String(fileName)));
+    const QDir dir(kelmoPathInfo().appdataDir());
+    return QDir().mkpath(dir.path()) && keepDamagedAside(dir, QLatin1String(fileName)) &&
+           doc.toFile(dir.filePath(QLatin1String(fileName)));
 }
 
 bool restoreFile(const char* member, const char* fileName)

@@ -16,11 +16,13 @@ namespace {
 const QString kDefaultWidth = QStringLiteral("58mm");
 
 
-// The first non-empty text at `path` in the App document, then in the Basis document.
-QString appOrBasisText(const JsonDocument& app, const JsonDocument& basis, const KeyPath& path)
+// The first non-empty text of "basis"/`key` in the App document, then in the Basis document, then of `key`
+// at the Basis document's top level, where some basis files keep the URLs.
+QString basisUrl(const JsonDocument& app, const JsonDocument& basis, const QString& key)
 {
-    const QString value = app.getString(path);
-    return value.isEmpty() ? basis.getString(path) : value;
+    QString value = app.getString({kBasis, key});
+    if (value.isEmpty()) value = basis.getString({kBasis, key});
+    return value.isEmpty() ? basis.getString({key}) : value;
 }
 
 // The names of an object's members that are printer ids.
@@ -40,13 +42,13 @@ Browser::Browser(JsonDB* db) : m_db(db) {}
 
 QString Browser::apiUrl(const QString& name) const
 {
-    const QString base = appOrBasisText(m_db->m_appDocument, m_db->m_basisDocument, {kBasis, QStringLiteral("capi_url")});
+    const QString base = basisUrl(m_db->m_appDocument, m_db->m_basisDocument, QStringLiteral("capi_url"));
     return base.isEmpty() ? QString() : base + QLatin1Char('/') + name;
 }
 
 QString Browser::startUrl() const
 {
-    return appOrBasisText(m_db->m_appDocument, m_db->m_basisDocument, {kBasis, QStringLiteral("start_url")});
+    return basisUrl(m_db->m_appDocument, m_db->m_basisDocument, QStringLiteral("start_url"));
 }
 
 QString Browser::settingVersion() const { return m_db->m_basisDocument.getString({QStringLiteral("version")}); }

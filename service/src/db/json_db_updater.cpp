@@ -2,7 +2,7 @@
 
 #include "db/json_db_initiator.h"
 #include "db/settings_files.h"
-#include "db/sync_data.h"
+#include "service_business/sync_data.h"
 #include "service_business/json_db.h"
 #include "service_business/json_db_browser.h"
 
@@ -12,6 +12,8 @@
 #include "utility_business/log.h"
 
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 
 namespace service_business {
 namespace json_db {
@@ -314,8 +316,12 @@ int Updater::generateNewProfileID()
     // Terminates: removing a directory that does not exist succeeds, and only finitely many exist.
     for (int candidate = 1;; ++candidate) {
         if (profiles.contains(candidate)) continue;
-        // A leftover directory of an earlier profile must not leak into the new one.
-        if (QDir(kelmoPathInfo().profileDir(candidate)).removeRecursively()) return candidate;
+        // A leftover of an earlier profile must not leak into the new one, nor a stray file block the id.
+        const QString dir = kelmoPathInfo().profileDir(candidate);
+        const QFileInfo leftover(dir);
+        const bool cleared = leftover.isDir() && !leftover.isSymLink() ? QDir(dir).removeRecursively()
+                                                                        : QFile::remove(dir) || !leftover.exists();
+        if (cleared) return candidate;
     }
 }
 

@@ -1,4 +1,6 @@
-#include "db/sync_data.h"
+#include "service_business/sync_data.h"
+
+#include "url_transporter/downloader.h"
 
 #include "utility_business/json_document.h"
 

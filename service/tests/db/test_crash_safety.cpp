@@ -16,6 +16,8 @@
 
 #include <algorithm>
 #include <map>
+#include <memory>
+#include <vector>
 
 using namespace utility_business;
 using service_business::json_db::JsonDB;
@@ -134,4 +136,32 @@ TEST_F(CrashSafety, FilesHoldTheLastDoneOrTheNextValueAfterEveryKill)
         EXPECT_TRUE(QDir(appdataPath(dir)).entryList({QStringLiteral(".*.tmp-*")}, QDir::Files | QDir::Hidden).isEmpty())
             << dir.toStdString();
     }
+}
+
+// Each start-up of the store clears what killed saves left behind; a save under way in another process must
+// survive it.
+TEST_F(CrashSafety, StartUpsOfOtherProcessesLoseNoSave)
+{
+    writeFactoryFiles();
+    ASSERT_EQ(JsonDB::updater()->addProfile(ProfileInfo()), 1);
+
+    QProcess writer;
+    writer.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    writer.start(QStringLiteral(SB_CRASH_WRITER), {QStringLiteral("3000")});
+    ASSERT_TRUE(writer.waitForReadyRead(5000));
+    // The lock that makes a start-up leave a save alone is tested on its own; this is the load on real files.
+    std::vector<std::unique_ptr<QProcess>> starters;
+    for (int i = 0; i < 150; ++i) {
+        starters.push_back(std::make_unique<QProcess>());
+        starters.back()->start(QStringLiteral(SB_CRASH_WRITER), {QStringLiteral("0")});
+    }
+    for (auto& starter : starters) {
+        ASSERT_TRUE(starter->waitForFinished(60000));
+        EXPECT_EQ(starter->exitCode(), 0);
+    }
+    ASSERT_TRUE(writer.waitForFinished(120000));
+    const QByteArray output = writer.readAllStandardOutput();
+    EXPECT_EQ(writer.exitCode(), 0);
+    EXPECT_EQ(output.count("lost"), 0) << output.toStdString();
+    EXPECT_EQ(output.count('\n'), 3001);
 }

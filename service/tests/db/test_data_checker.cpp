@@ -19,21 +19,26 @@ const char* const kAppWithProfile1 =
 
 using DataChecker = StoreTest;
 
-TEST_F(DataChecker, RestoresMissingOrUnparsableAppFileFromPackageAndDropsProfiles)
+TEST_F(DataChecker, RestoresMissingOrUnparsableAppFileFromPackageKeepingTheLastThreeDamagedAndDropsProfiles)
 {
-    for (const QString& broken : {QString(), QStringLiteral("{\"profiles\": {\"1\": ")}) {
+    const QStringList broken = {QString(), "{\"profiles\": {\"1\": ", "[", "{,}", "nul"};
+    for (int i = 0; i < broken.size(); ++i) {
         service_business::json_db::resetJsonDBForTests();
         writeFactoryFiles();
-        if (broken.isNull())
+        if (broken[i].isNull())
             QFile::remove(appdataPath(QStringLiteral("Settings-App.json")));
         else
-            writeFile(QStringLiteral("Settings-App.json"), broken);
+            writeFile(QStringLiteral("Settings-App.json"), broken[i]);
         writeProfile(1, QStringLiteral("alice"));
 
         EXPECT_TRUE(dc::checkSettings());
 
         EXPECT_EQ(readFile(QStringLiteral("Settings-App.json")), factoryText(QStringLiteral("Settings-App.json")));
-        EXPECT_FALSE(exists(QStringLiteral("Profiles"))) << broken.toStdString();
+        EXPECT_FALSE(exists(QStringLiteral("Profiles"))) << broken[i].toStdString();
+        QStringList kept;
+        for (const QString& name : QDir(appdataPath(QString())).entryList({"Settings-App.json.damaged-*"}, QDir::Files, QDir::Name))
+            kept << readFile(name);
+        EXPECT_EQ(kept, broken.mid(std::max(1, i - 2), std::min(i, 3)));
     }
 }
 

@@ -64,7 +64,7 @@ protected:
     Browser* browser() const { return JsonDB::browser(); }
 };
 
-TEST_F(SettingsReads, PrefersAppFileUrlsAndFallsBackToBasis)
+TEST_F(SettingsReads, PrefersAppFileUrlsAndFallsBackToBasisInEitherPlace)
 {
     EXPECT_EQ(browser()->apiUrl(QStringLiteral("orders")), QStringLiteral("https://app.example/capi/orders"));
     EXPECT_EQ(browser()->startUrl(), QStringLiteral("https://basis.example/"));
@@ -77,6 +77,11 @@ TEST_F(SettingsReads, PrefersAppFileUrlsAndFallsBackToBasis)
     EXPECT_EQ(browser()->apiUrl(QStringLiteral("orders")), QStringLiteral("https://basis.example/capi/orders"));
     JsonDB::basisDocument()->removeNode({QStringLiteral("basis")});
     EXPECT_EQ(browser()->apiUrl(QStringLiteral("orders")), QString());
+    // Some basis files keep the URLs at the top level.
+    JsonDB::basisDocument()->setString({QStringLiteral("capi_url")}, QStringLiteral("https://top.example/capi"));
+    JsonDB::basisDocument()->setString({QStringLiteral("start_url")}, QStringLiteral("https://top.example/"));
+    EXPECT_EQ(browser()->apiUrl(QStringLiteral("orders")), QStringLiteral("https://top.example/capi/orders"));
+    EXPECT_EQ(browser()->startUrl(), QStringLiteral("https://top.example/"));
 }
 
 TEST_F(SettingsReads, ListsProxiesAndResourcesInFileOrder)

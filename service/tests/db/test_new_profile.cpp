@@ -99,7 +99,7 @@ TEST_F(NewProfile, WritesTheDefaultFilesAndListsTheProfile)
     EXPECT_EQ(JsonDB::browser()->profilesMap(), (QMap<int, QString>{{1, QStringLiteral("carol")}}));
 }
 
-TEST_F(NewProfile, TakesSmallestFreeIdAndClearsItsLeftoverDirectory)
+TEST_F(NewProfile, TakesSmallestFreeIdAndClearsWhatIsLeftAtIt)
 {
     writeFile(QStringLiteral("Settings-App.json"),
               QStringLiteral("{\"profiles\": {\"1\": {\"username\": \"a\"}, \"3\": {\"username\": \"c\"}}}"));
@@ -107,6 +107,7 @@ TEST_F(NewProfile, TakesSmallestFreeIdAndClearsItsLeftoverDirectory)
     writeProfile(3, QStringLiteral("c"));
     writeFile(QStringLiteral("Profiles/2/Settings-Local.json"), QStringLiteral("{\"username\": \"stale\"}"));
     writeFile(QStringLiteral("Profiles/2/cache/stale.bin"), QStringLiteral("x"));
+    writeFile(QStringLiteral("Profiles/4"), QStringLiteral("a file, not a directory"));
 
     EXPECT_EQ(JsonDB::updater()->addProfile(carol()), 2);
 

@@ -1,4 +1,4 @@
-#include "db/sync_data.h"
+#include "service_business/sync_data.h"
 
 #include "local_http_server.h"
 

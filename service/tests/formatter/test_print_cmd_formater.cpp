@@ -119,12 +119,13 @@ TEST_F(FormatterEntry, RefusesUnknownOrderTypeAndInvalidJsonWithoutEnteringEngin
     EXPECT_TRUE(g_calls.empty());
 }
 
+// A NUL escape loses only itself, and half a surrogate pair (a cut emoji) prints as U+FFFD.
 TEST_F(FormatterEntry, StripsControlCharactersFromEveryOrderTextButNotFromTheRestaurant)
 {
     const QString restaurant = QStringLiteral(R"({"name": "Wok\u001b"})");
     const QString order = QStringLiteral(
-        R"({"general": {"remark": "ring\u001bp\u0019\u00fa twice\r\nthanks\u001dV\u0001", "invoiceTitle": "Co\u0000"},)"
-        R"( "consignee": {"name": "Li\tMing", "phones": ["138\u0007"], "address": "Road\u007f 1"},)"
+        R"({"general": {"remark": "ring\u001bp\u0019\u00fa twice\r\nthanks\u001dV\u0001", "invoiceTitle": "Co\u0000rp"},)"
+        R"( "consignee": {"name": "Li\tMing", "phones": ["138\u0007"], "address": "Road\u007f 1\ud83d"},)"
         "\"misc\": {\"note\": \"raw\x1b" "p\"}, \"\x1bkey\": 5}");
 
     formatOrder(restaurant, order, utility_enum::ORDER_ONLINE, settings());
@@ -132,8 +133,8 @@ TEST_F(FormatterEntry, StripsControlCharactersFromEveryOrderTextButNotFromTheRes
     ASSERT_EQ(g_calls.size(), 1u);
     EXPECT_EQ(g_calls[0].restaurant, restaurant.toStdString());
     EXPECT_EQ(g_calls[0].document,
-              "{\"general\":{\"remark\":\"ringp\xc3\xba twice thanksV\",\"invoiceTitle\":\"Co\"},"
-              "\"consignee\":{\"name\":\"Li Ming\",\"phones\":[\"138\"],\"address\":\"Road 1\"},"
+              "{\"general\":{\"remark\":\"ringp\xc3\xba twice thanksV\",\"invoiceTitle\":\"Corp\"},"
+              "\"consignee\":{\"name\":\"Li Ming\",\"phones\":[\"138\"],\"address\":\"Road 1\xef\xbf\xbd\"},"
               "\"misc\":{\"note\":\"rawp\"},\"\\u001bkey\":5}");
 }
 

@@ -4,6 +4,16 @@ execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "install failed: ${rc}")
 endif()
+# The client includes every installed header and calls its functions, so none is installed that the
+# library does not back.
+file(GLOB_RECURSE headers RELATIVE ${WORK_DIR}/prefix/include/service_business ${WORK_DIR}/prefix/include/service_business/*)
+file(READ ${CONSUMER_DIR}/main.cpp client)
+foreach(header ${headers})
+  string(FIND "${client}" "#include <${header}>" at)
+  if(at EQUAL -1)
+    message(FATAL_ERROR "the client does not use the installed header ${header}")
+  endif()
+endforeach()
 execute_process(COMMAND ${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/build -G ${GENERATOR}
   -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
@@ -13,7 +23,8 @@ execute_process(COMMAND ${CMAKE_COMMAND} --build ${WORK_DIR}/build RESULT_VARIAB
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "building the client failed: ${rc}")
 endif()
+set(ENV{SERVICE_BUSINESS_HOME} ${WORK_DIR}/home)
 execute_process(COMMAND ${WORK_DIR}/build/client RESULT_VARIABLE rc OUTPUT_VARIABLE out)
-if(NOT rc EQUAL 0 OR NOT out MATCHES "^receipt bytes: [1-9]")
+if(NOT rc EQUAL 0 OR NOT out MATCHES "installed client: 0 failures, receipt bytes: [1-9]")
   message(FATAL_ERROR "the client did not format a receipt: ${rc} ${out}")
 endif()

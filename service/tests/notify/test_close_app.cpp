@@ -21,6 +21,7 @@ protected:
     void TearDown() override
     {
         utility::setSleepForTesting(nullptr);
+        utility::setTimeLimitForTesting(-1);
         BusHomeTest::TearDown();
     }
     // Pauses take no time; `onPause` runs at each one.
@@ -72,6 +73,19 @@ TEST_F(CloseApp, GivesUpAfter50RequestsWhenTheProfileStaysInUse)
     EXPECT_FALSE(utility::closeApp(1));
     EXPECT_EQ(m_pauses, std::vector<int>(50, 200));
     EXPECT_EQ(closeAppMessagesBeforeMarker(*listener, "1"), 50);
+}
+
+// Each request waits up to 800 ms for a broker that is not there: 50 of them would take 40 s.
+TEST_F(CloseApp, GivesUpAtItsTimeLimitWhenTheBusIsDown)
+{
+    ASSERT_EQ(addProfile(QStringLiteral("Noodle Bar")), 1);
+    countPauses();
+    ProfileManager::profile(1)->setIsUsing(true);
+    m_broker.stop();
+    utility::setTimeLimitForTesting(1000);
+
+    EXPECT_FALSE(utility::closeApp(1));
+    EXPECT_LE(m_pauses.size(), 2u) << "a request of 800 ms, and one of what was left";
 }
 
 TEST_F(CloseApp, StopsAsSoonAsTheProfileIsNoLongerInUse)

@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <QString>
+#include <QStringList>
+#include <QTextCodec>
 
 #include <future>
 #include <map>
@@ -29,11 +31,13 @@ std::u16string printable(const std::u16string& text)
     return result;
 }
 
-std::u16string pairFileText()
+QString tableText(const char* name)
 {
     const auto package = resource::ResLoader::get(utility_business::kelmoPathInfo().ostinelPakPath());
-    return package->getFileText(QStringLiteral("data/traditional_simplified.dat")).toStdU16String();
+    return package->getFileText(QLatin1String(name));
 }
+
+std::u16string pairFileText() { return tableText("data/traditional_simplified.dat").toStdU16String(); }
 
 }  // namespace
 
@@ -57,6 +61,24 @@ TEST(Translator, SpellsACharacterOutsideGb2312InPinyinWithoutTone)
 TEST(Translator, PrintableLineKeepsGb2312SymbolsAndHanAndSpellsTheRest)
 {
     EXPECT_EQ(printable(u"王喆，張堃【x2】"), u"王zhe，张kun【x2】");
+    EXPECT_EQ(printable(u"——\u2015\u30fb"), u"——(*)(*)") << "the dash of the printer's code page, not its look-alikes";
+}
+
+// What the table accepts is printed as is, so each must be one two-byte GB2312 code of the printer's code page.
+TEST(Translator, EveryCharacterOfTheGb2312TableIsATwoByteGb2312CodeOfThePrintersCodePage)
+{
+    const QStringList codes = tableText("data/gb2312.dat").split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    ASSERT_EQ(codes.size(), 7445) << "GB2312's 6763 Han characters and 682 symbols";
+    QTextCodec* const codePage = QTextCodec::codecForName("GB18030");
+    ASSERT_TRUE(codePage);
+    QStringList outside;
+    for (const QString& code : codes) {
+        const QByteArray bytes = codePage->fromUnicode(QString(QChar(code.toUShort(nullptr, 16))));
+        const bool gb2312 = bytes.size() == 2 && uchar(bytes[0]) >= 0xA1 && uchar(bytes[0]) <= 0xF7 &&
+                            uchar(bytes[1]) >= 0xA1 && uchar(bytes[1]) <= 0xFE;
+        if (!gb2312) outside << code;
+    }
+    EXPECT_TRUE(outside.isEmpty()) << outside.join(QLatin1Char(' ')).toStdString();
 }
 
 TEST(Translator, TraditionalAndBackReturnsEveryPairWhoseCharactersOccurOnce)

@@ -46,8 +46,12 @@ TEST_F(SettingsCommand, CheckLeavesGoodFilesAndRestoresADamagedOneSayingHow)
     ASSERT_TRUE(writeFile(dataPath("Settings-Env.json"), env));
     const ToolRun result = run({"settings", "check"});
     ASSERT_TRUE(succeeds(result));
+    const QStringList kept = QDir(dataPath("")).entryList({"Settings-Basis.json.damaged-*"});
+    ASSERT_EQ(kept.size(), 1);
+    EXPECT_EQ(fileBytes(dataPath(kept[0])), "{\"resources\": [");
     EXPECT_EQ(result.out, checkReport({"Settings-App.json: good",
-                                       "Settings-Basis.json: restored from the factory copy (it was not valid JSON)",
+                                       "Settings-Basis.json: restored from the factory copy (it was not valid JSON; "
+                                       "kept as " + kept[0] + ")",
                                        "Settings-Env.json: good"}));
     EXPECT_EQ(fileBytes(dataPath("Settings-Basis.json")), factory("Settings-Basis.json"));
     EXPECT_EQ(fileBytes(dataPath("Settings-Env.json")), env);
@@ -60,11 +64,38 @@ TEST_F(SettingsCommand, RestoringTheAppFileRemovesTheProfiles)
     ASSERT_TRUE(writeFile(dataPath("Settings-App.json"), "not json"));
     const ToolRun result = run({"settings", "check"});
     ASSERT_TRUE(succeeds(result));
-    EXPECT_EQ(result.out, checkReport({"Settings-App.json: restored from the factory copy (it was not valid JSON)",
+    const QStringList kept = QDir(dataPath("")).entryList({"Settings-App.json.damaged-*"});
+    ASSERT_EQ(kept.size(), 1);
+    EXPECT_EQ(result.out, checkReport({"Settings-App.json: restored from the factory copy (it was not valid JSON; "
+                                       "kept as " + kept[0] + ")",
                                        "Settings-Basis.json: good", "Settings-Env.json: good",
                                        "profiles removed: the factory Settings-App.json lists none"}));
     EXPECT_FALSE(QFileInfo::exists(dataPath("Profiles/1")));
     EXPECT_EQ(run({"profiles", "list"}).out, QByteArray());
+}
+
+TEST_F(SettingsCommand, CheckJudgesEachProfileFileAndNamesAMemberOfTheWrongShape)
+{
+    ASSERT_TRUE(succeeds(run({"settings", "check"})));
+    ASSERT_TRUE(succeeds(run({"profiles", "add", "alice"})));
+    ASSERT_TRUE(writeFile(dataPath("Profiles/1/Settings-Local.json"), "garbage"));
+    ToolRun result = run({"settings", "check"});
+    EXPECT_TRUE(failsWith(result, 1, "sbtool: 1 settings file(s) left damaged, named above"));
+    EXPECT_EQ(result.out, checkReport({"Settings-App.json: good", "Settings-Basis.json: good", "Settings-Env.json: good",
+                                       "Profiles/1/Settings-Local.json: not valid JSON; not repaired: the profile "
+                                       "reads its defaults until its next save",
+                                       "Profiles/1/Settings-Runtime.json: good"}));
+    EXPECT_EQ(fileBytes(dataPath("Profiles/1/Settings-Local.json")), "garbage");
+
+    ASSERT_TRUE(writeFile(dataPath("Settings-App.json"), "{\"profiles\": \"oops\"}"));
+    result = run({"settings", "check"});
+    EXPECT_TRUE(failsWith(result, 1, "sbtool: 1 settings file(s) left damaged, named above"));
+    EXPECT_EQ(result.out.split('\n').value(1), "Settings-App.json: valid JSON, but \"profiles\" is not an object; not "
+                                               "repaired: fix it, or remove it to have the factory copy restored");
+    EXPECT_TRUE(failsWith(run({"settings", "env", "set", "k", "v"}), 1,
+                          QStringLiteral("sbtool: %1 is valid JSON, but \"profiles\" is not an object (\"sbtool "
+                                         "settings check\" cannot repair it: fix or remove it)")
+                              .arg(dataPath("Settings-App.json"))));
 }
 
 TEST_F(SettingsCommand, FileThatCannotBeRestoredIsOneLine)

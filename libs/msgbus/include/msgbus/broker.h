@@ -3,12 +3,15 @@
 // (utility_business::Config::serverSendPort) and publishes them to subscribers on its serving port
 // (Config::serverRecvPort), in the order it took them, and acknowledges each message once published.
 //
-// A subscriber that falls behind is never skipped: once its backlog in the broker is full (kSubscriberBacklog
-// messages by default), the broker stops taking new ones until it catches up (or goes away), and Senders meanwhile get
-// false. So every message a Sender was told was taken reaches every receiver that was subscribed to it then.
+// A subscriber that falls behind costs only itself: once its backlog in the broker is full (kSubscriberBacklog
+// messages by default), it misses the messages that follow until it catches up, and the broker counts them
+// (droppedMessages). Publishing never waits for it, so every other subscriber gets every message a Sender
+// was told was taken.
 
 #include <zmq.hpp>
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <thread>
@@ -30,9 +33,11 @@ public:
     bool start(const std::string& host, int sendPort, int recvPort);
     // Stops forwarding and releases both ports; messages not yet published are dropped.
     void stop();
-    // How many messages may wait in the broker for one subscriber before publishing stalls; applies from
-    // the next start(). Memory against patience: the default suits notifications of a few hundred bytes.
+    // How many messages may wait in the broker for one subscriber before it misses some; applies from the
+    // next start(). Memory against patience: the default suits notifications of a few hundred bytes.
     void setSubscriberBacklog(int messages) { m_subscriberBacklog = messages; }
+    // How many messages subscribers missed because their backlog was full, since the last start().
+    std::uint64_t droppedMessages() const { return m_dropped ? m_dropped->load() : 0; }
 
     bool isRunning() const { return m_thread.joinable(); }
     int sendPort() const { return m_sendPort; }  // the bound port while running
@@ -42,6 +47,7 @@ public:
 private:
     std::unique_ptr<zmq::context_t> m_context;
     std::thread m_thread;
+    std::shared_ptr<std::atomic<std::uint64_t>> m_dropped;  // shared with the forwarding thread
     int m_subscriberBacklog = kSubscriberBacklog;
     int m_sendPort = 0;
     int m_recvPort = 0;

@@ -7,7 +7,8 @@
 // made on the process-wide context. A Sender is cheap to make for a single message: it neither opens a
 // socket nor waits for subscriptions to travel to it, because the broker, which already knows every
 // subscription, does the filtering. SendMsg returns true once the broker has acknowledged the message,
-// which means it has been queued for every receiver subscribed to its topic at that moment.
+// which means it has been queued for every receiver subscribed to its topic at that moment (but one whose
+// backlog is full, which misses it; see msgbus/broker.h).
 
 #include <zmq.hpp>
 

@@ -42,8 +42,8 @@ public:
     // (".<name>.tmp-XXXXXX"), which is synced and renamed over it; an existing target keeps its file mode and
     // a symbolic link is followed. False (file untouched, temporary removed) when any step fails.
     bool toFile(const QString& path) const;
-    // Deletes the temporaries that saves interrupted by a crash left in `dir`; the number deleted. For the
-    // start-up of the settings store, before any save can be under way.
+    // Deletes the temporaries that saves interrupted by a crash left in `dir`; the number deleted. A save
+    // under way in another process holds a lock on its temporary, which is left alone.
     static int removeStaleTemporaryFiles(const QString& dir);
 
     // The whole document as formatted JSON text.

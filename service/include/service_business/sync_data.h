@@ -5,7 +5,7 @@
 
 #include "service_business/export.h"
 
-#include "url_transporter/downloader.h"
+#include "url_transporter/downloader_req_info.h"
 
 #include <QString>
 
