@@ -1,4 +1,5 @@
 #include "service_business/notifications.h"
+#include "service_business/printer_status.h"
 
 #include "notifications_p.h"
 #include "service_business/profile_manager.h"
@@ -121,6 +122,15 @@ void notifyAppPrinterModification(utility_business::utility_enum::PrinterModific
 {
     PublishMsg msg = notification(QStringLiteral("printerHasChanged"));
     msg.addArgument(static_cast<int>(modification));
+    publishToEveryProfile(msg, TimeLimit(kNotifyTimeLimitMs));
+}
+
+void notifyAppPrinterStatusChanged(int printerId, const PrinterStatus& status)
+{
+    PublishMsg msg = notification(QStringLiteral("printerStatusChanged"));
+    msg.addArgument(printerId);
+    msg.addArgument(PrinterStatus::stateName(status.state));
+    msg.addArgument(status.reason);
     publishToEveryProfile(msg, TimeLimit(kNotifyTimeLimitMs));
 }
 

@@ -12,7 +12,7 @@ namespace {
 // Every command of the tool. A new command is a source file defining its Command and a line here.
 const sbtool::Command* const commandTable[] = {
     &sbtool::formatCommand,   &sbtool::previewCommand,  &sbtool::printCommand, &sbtool::printersCommand,
-    &sbtool::profilesCommand, &sbtool::settingsCommand, &sbtool::busCommand,
+    &sbtool::statusCommand,   &sbtool::profilesCommand, &sbtool::settingsCommand, &sbtool::busCommand,
 };
 
 const sbtool::Command* findCommand(const QString& name)

@@ -14,6 +14,9 @@
 #include <QString>
 
 namespace service_business {
+
+struct PrinterStatus;
+
 namespace utility {
 
 // "networkHasChanged" (error, value) to every profile.
@@ -24,6 +27,9 @@ SERVICE_BUSINESS_EXPORT void notifyAppPrinterEnabledStateChanged(int profileId);
 // "printerHasChanged" (the modification bits) to every profile.
 SERVICE_BUSINESS_EXPORT void notifyAppPrinterModification(
     utility_business::utility_enum::PrinterModification modification);
+// "printerStatusChanged" (printer id, state, reason: "paper-out", "the printer says it is out of paper") to
+// every profile, so that each shop window can show what the printer needs.
+SERVICE_BUSINESS_EXPORT void notifyAppPrinterStatusChanged(int printerId, const PrinterStatus& status);
 // "systemPrintCompleted" (text, done) to the topic `id`.
 SERVICE_BUSINESS_EXPORT void printOrderCallBack(int id, const QString& text, bool done);
 // "pushMsgToBrowser" (text) to the launcher, then to every profile.

@@ -68,6 +68,8 @@ public:
     // at the spooler; its caller is told on a thread of print dispatch. False when the job has ended
     // already (or there is no such job).
     static bool cancel(quint64 job);
+    // Whether the worker of the printer id is printing a job now.
+    static bool isPrinting(int printerId);
     // Follows a change of printer ids (new id -> old id): each worker moves to the new id of its printer
     // with its queue; the workers of printers that have no new id are stopped, each of their jobs false.
     static void printerHasChanged(const QMap<int, int>& new_and_old_printer_id_map);

@@ -8,6 +8,7 @@
 // whose worker threads call the static print paths here.
 
 #include "service_business/export.h"
+#include "service_business/printer_status.h"
 
 #include "systemif/print.h"
 #include "utility_business/utility_enum.h"
@@ -60,6 +61,11 @@ public:
     // port's device for local spooler printers, a ping of the host for network ones, an attached supported
     // device for libusb printers; every other type counts as connected.
     static bool isConnected(const utility_business::PrinterInfo& info);
+    // What the printer says of itself now, from the best source for its type: its CUPS queue (paused,
+    // rejecting, the reasons CUPS gives) and, for a queue on a socket:// or escpos:// printer, the printer's
+    // own answer to an ESC/POS status request; the USB port status for libusb and USB print-support
+    // printers. Every wait is short (the printer is asked for a fraction of a second).
+    static PrinterStatus printerStatus(const utility_business::PrinterInfo& info);
     // Fills name, model, width (when empty), port name, connection type, host, port and type from a
     // spooler record; a null record leaves `info` as it is. Type is 1 for a "local" connection, 2 for a
     // "network" one and 0 otherwise.

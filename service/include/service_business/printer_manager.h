@@ -10,6 +10,7 @@
 // before print dispatch's own lock.
 
 #include "service_business/export.h"
+#include "service_business/printer_status.h"
 #include "service_business/printer.h"
 
 #include "common/common.h"
@@ -54,6 +55,12 @@ public:
     static void disableAllPrinter(int profileId);
     // A new Printer for the ids on every call, deleted with its last reference.
     static common::RefPtr<Printer> instancePrinter(int profileId, int printerId);
+
+    // Watches the status of the stored printers every `intervalMs` (5000 suits a shop), skipping a printer
+    // while it prints a job of ours, and publishes each change ("printerStatusChanged"); 0 stops it.
+    static void watchPrinterStatus(int intervalMs);
+    // The status the watch last read of the printer; Unknown, from no source, before the first read.
+    static PrinterStatus printerStatus(int printerId);
     static bool updatePrinterWidth(int printerId, const QString& width);
 
     // Forwards to the settings store.

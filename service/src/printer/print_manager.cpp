@@ -116,6 +116,14 @@ bool PrintManager::cancel(quint64 job)
     return true;
 }
 
+bool PrintManager::isPrinting(int printerId)
+{
+    PrintManager* manager = instancePrintManager();
+    std::lock_guard<std::mutex> lock(manager->mutex);
+    const PrintThread* worker = manager->threads.value(printerId);
+    return worker && worker->isPrinting();
+}
+
 void PrintManager::printerHasChanged(const QMap<int, int>& new_and_old_printer_id_map)
 {
     instancePrintManager()->printerHasChangedSlot(new_and_old_printer_id_map);

@@ -52,6 +52,24 @@ PrintJobSlot::Report deviceReport(bool written, const PrintJobSlot& slot)
     return report;
 }
 
+// A job that the printer says it cannot print now (out of paper, cover open, offline, its queue paused or
+// rejecting) fails before anything is sent, so that nothing of it can print later. A spooler printer that
+// is not connected is left to its print path, which drops the job unheard.
+std::optional<PrintJobSlot::Report> refusedByThePrinter(const PrinterInfo& info)
+{
+    const bool spooler =
+        info.type == utility_enum::PRINTER_SYSTEM_LOCAL || info.type == utility_enum::PRINTER_SYSTEM_NETWORK;
+    const bool device = info.type == utility_enum::PRINTER_LIBUSB || info.type == utility_enum::PRINTER_USB_PRINT_SUPPORT;
+    if (!(spooler && info.connected) && !device) return std::nullopt;
+    const PrinterStatus status = Printer::printerStatus(info);
+    if (!status.blocksPrinting()) return std::nullopt;
+    PrintJobSlot::Report report;
+    report.outcome = JobOutcome::Failed;
+    report.reason = QStringLiteral("not sent: the printer is %1: %2")
+                        .arg(PrinterStatus::stateName(status.state), status.reason);
+    return report;
+}
+
 }  // namespace
 
 void tellOutcome(const PrintItem& item, const PrintJobSlot::Report& report)
@@ -90,6 +108,12 @@ void PrintThread::adopt(const QList<PrintItem>& items)
 {
     std::lock_guard<std::mutex> lock(mutex);
     printList = items;
+}
+
+bool PrintThread::isPrinting() const
+{
+    std::lock_guard<std::mutex> lock(mutex);
+    return frontStarted;
 }
 
 bool PrintThread::isOverdue(qint64 limitMs) const
@@ -170,6 +194,10 @@ void PrintThread::print(const PrintItem& item)
     auto tell = [&item](const PrintJobSlot::Report& report) {
         if (item.slot->claimReport(report)) tellOutcome(item, report);
     };
+    if (const std::optional<PrintJobSlot::Report> refused = refusedByThePrinter(item.info)) {
+        tell(*refused);
+        return;
+    }
     switch (item.info.type) {
     case utility_enum::PRINTER_SYSTEM_LOCAL:
     case utility_enum::PRINTER_SYSTEM_NETWORK:

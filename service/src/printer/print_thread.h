@@ -61,6 +61,8 @@ public:
     bool push(const PrintItem& item);
     // Takes over the jobs of a retired worker, before start.
     void adopt(const QList<PrintItem>& items);
+    // Whether it has begun a job that has not ended.
+    bool isPrinting() const;
     // Whether the current turn of the worker (the job being printed, and the telling of its outcome) has
     // lasted longer than `limitMs`.
     bool isOverdue(qint64 limitMs) const;

@@ -1,5 +1,7 @@
 #include "service_business/printer_manager.h"
 
+#include "printer/printer_status_watch.h"
+
 #include "printer/usb_printer_list.h"
 #include "service_business/json_db.h"
 #include "service_business/json_db_browser.h"
@@ -288,6 +290,16 @@ GlobalPrintSettings PrinterManager::globalPrintSettings() { return JsonDB::brows
 bool PrinterManager::setGlobalPrintSettings(const GlobalPrintSettings& settings)
 {
     return JsonDB::updater()->setPrinterGlobalSettings(settings);
+}
+
+void PrinterManager::watchPrinterStatus(int intervalMs)
+{
+    PrinterStatusWatch::instance().setInterval(std::chrono::milliseconds(std::max(intervalMs, 0)));
+}
+
+PrinterStatus PrinterManager::printerStatus(int printerId)
+{
+    return PrinterStatusWatch::instance().last(printerId);
 }
 
 }  // namespace service_business

@@ -13,6 +13,7 @@
 #include <service_business/print_manager.h>
 #include <service_business/printer.h>
 #include <service_business/printer_manager.h>
+#include <service_business/printer_status.h>
 #include <service_business/profile.h>
 #include <service_business/profile_manager.h>
 #include <service_business/proxy_config.h>
@@ -96,6 +97,8 @@ int main()
     check(Printer::buildDocument(bytes).size() > 0, "buildDocument");
     (void)OsPrinterManager::availableOSPrinterList();
     (void)PrinterManager::printerInfoList();
+    check(PrinterStatus::stateName(PrinterManager::printerStatus(7).state) == QStringLiteral("unknown"),
+          "PrinterStatus before any read");
     // Started on their own threads or waiting for printers: linked, not run here.
     void (*const printOrder)(const utility_business::PrinterInfo&, const QByteArray&, const std::function<void(bool)>&) =
         &PrintManager::printOrder;
