@@ -5,7 +5,10 @@
 
 #include "service_business/printer.h"
 
+#include <QDir>
+#include <QElapsedTimer>
 #include <QImage>
+#include <QRegularExpression>
 #include <QThread>
 
 #include <csignal>
@@ -67,7 +70,8 @@ TEST_F(PrintCommand, PrintersShowsTheQueueAsTheRegistryRecordsIt)
     // Its id depends on the USB printers collected before the queues.
     bool found = false;
     for (const QByteArray& line : lines)
-        found = found || line.simplified().endsWith(" Counter network IP_127.0.0.1 network 58mm connected");
+        found = found || line.simplified().endsWith(" Counter network IP_127.0.0.1 network 58mm yes ready the printer "
+                                                    "says it is ready");
     EXPECT_TRUE(found) << result.out.constData();
 }
 
@@ -91,8 +95,9 @@ TEST_F(PrintCommand, JobOnAStoppedQueueFailsInOneLine)
     ASSERT_TRUE(s_cups->stopQueue("Patio"));
     ASSERT_TRUE(writeFile(homePath("r.bin"), "\x1b@Table 2\n"));
     const ToolRun result = run({"print", "--printer", "Patio", homePath("r.bin")});
-    EXPECT_TRUE(failsWith(result, 1, "sbtool: Patio: failed: its queue is stopped: cancelled before it printed"));
-    EXPECT_EQ(withoutWaits(result.out), "Patio: queued\nPatio: sent as CUPS job 1\n");
+    EXPECT_TRUE(
+        failsWith(result, 1, "sbtool: Patio: failed: not sent: the printer is paused: Paused"));
+    EXPECT_EQ(withoutWaits(result.out), "Patio: queued\n");
 }
 
 // Ctrl-C or SIGTERM cancel the job at CUPS, so that it is not left there to print later; the jammed
@@ -161,3 +166,69 @@ TEST_F(WithoutCups, EveryCommandThatPrintsSaysCupsIsNotRunning)
 }
 
 }  // namespace
+
+namespace {
+
+// The columns of "sbtool printers": separated by two spaces or more.
+QMap<QString, QStringList> printerRows(const QByteArray& out)
+{
+    QMap<QString, QStringList> rows;
+    for (const QByteArray& line : out.split('\n')) {
+        const QStringList columns = QString::fromUtf8(line).split(QRegularExpression("  +"));
+        if (columns.size() >= 8) rows.insert(columns.at(1), columns);
+    }
+    return rows;
+}
+
+}  // namespace
+
+// What each printer or its queue says shows in "printers" and "status"; a job to a printer out of paper fails
+// at once with nothing sent, and one to a printer that never answers status requests still prints.
+TEST_F(PrintCommand, PrintersAndStatusShowWhatEachPrinterOrItsQueueSays)
+{
+    const struct {
+        const char* name;
+        QStringList options;
+        const char* state;
+    } cases[] = {
+        {"Ready", {}, "ready"},
+        {"PaperOut", {"--status", "paper-out"}, "paper-out"},
+        {"CoverOpen", {"--status", "cover-open"}, "cover-open"},
+        {"Silent", {"--status", "silent"}, "unknown"},
+        {"Refusing", {"--refuse"}, "unreachable"},
+        {"Paused", {}, "paused"},
+        {"Rejecting", {}, "rejecting"},
+    };
+    Device devices[7];
+    for (int i = 0; i < 7; ++i) addPrinter(cases[i].name, &devices[i], cases[i].options);
+    ASSERT_TRUE(s_cups->stopQueue("Paused"));
+    ASSERT_TRUE(s_cups->rejectJobs("Rejecting"));
+    ASSERT_TRUE(s_cups->addRawQueue("Nowhere", test_support::CupsdHarness::socketUri(1)));
+
+    const ToolRun table = run({"printers"});
+    ASSERT_TRUE(succeeds(table));
+    const QMap<QString, QStringList> rows = printerRows(table.out);
+    for (const auto& c : cases) EXPECT_EQ(rows.value(c.name).value(7), c.state) << c.name;
+    EXPECT_EQ(rows.value("Nowhere").value(7), "unreachable");
+    EXPECT_EQ(rows.value("PaperOut").value(8), "the printer says it is out of paper");
+    const ToolRun json = run({"printers", "--json"});
+    ASSERT_TRUE(succeeds(json));
+    EXPECT_TRUE(json.out.contains("\"state\": \"cover-open\"")) << json.out.constData();
+
+    const ToolRun status = run({"status", "PaperOut"});
+    ASSERT_TRUE(succeeds(status));
+    EXPECT_EQ(status.out, "PaperOut: paper-out (printer): the printer says it is out of paper\n");
+
+    ASSERT_TRUE(writeFile(homePath("r.bin"), "\x1b@Table 8\n"));
+    QElapsedTimer refused;
+    refused.start();
+    EXPECT_TRUE(failsWith(run({"print", "--printer", "PaperOut", homePath("r.bin")}), 1,
+                          "sbtool: PaperOut: failed: not sent: the printer is paper-out: the printer says it is out "
+                          "of paper"));
+    EXPECT_LT(refused.elapsed(), 1000) << "fails at once";
+    const ToolRun silent = run({"print", "--printer", "Silent", homePath("r.bin")});
+    ASSERT_TRUE(succeeds(silent));
+    EXPECT_TRUE(silent.out.endsWith("Silent: printed\n"));
+    EXPECT_TRUE(devices[3].nextReport().startsWith("job 1 "));
+    EXPECT_EQ(QDir(devices[1].dir).entryList({"job-*"}).size(), 0) << "nothing reached the printer out of paper";
+}
