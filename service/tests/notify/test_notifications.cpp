@@ -2,6 +2,11 @@
 #include "bus_listener.h"
 
 #include "service_business/notifications.h"
+#include "service_business/printer_manager.h"
+
+#include "systemif/print_fake.h"
+
+#include <QThread>
 
 #include <QElapsedTimer>
 
@@ -98,3 +103,48 @@ TEST_F(Notifications, PublishingFailsWithoutABrokerAndAllOfANotificationEndsWith
 }
 
 }  // namespace
+
+namespace {
+
+systemif::print::PrinterAnswer answered(unsigned char printer, unsigned char cause, unsigned char paper)
+{
+    systemif::print::PrinterAnswer answer;
+    answer.reach = systemif::print::PrinterAnswer::Reach::Answered;
+    answer.answers[0] = printer;
+    answer.answers[1] = cause;
+    answer.answers[2] = paper;
+    answer.count = 3;
+    return answer;
+}
+
+}  // namespace
+
+// The registry's watch publishes each change of a printer's status to every shop window within one interval,
+// once: the first reading, then a change, and nothing while it stays as it is.
+TEST_F(Notifications, PrinterStatusChangeReachesEveryProfileOnceWithinAnInterval)
+{
+    systemif::print::FakePrintSystem fake;
+    fake.spooler.addQueue("Kitchen", "POS-80", "socket://kitchen.test:9100");
+    fake.statusLink.setAnswer("kitchen.test", answered(0x12, 0x12, 0x12));
+    ASSERT_EQ(addProfile(QStringLiteral("Noodle Bar")), 1);
+    utility_business::PrinterInfo kitchen;
+    kitchen.id = 0;
+    kitchen.name = QStringLiteral("Kitchen");
+    kitchen.type = PRINTER_SYSTEM_NETWORK;
+    kitchen.connected = true;
+    PrinterManager::updatePrinters({kitchen});
+    auto listener = listen({"1"});
+
+    PrinterManager::watchPrinterStatus(100);
+    expectMessage(*listener, "1", "printerStatusChanged", {0, QStringLiteral("ready"), QStringLiteral("the printer says it is ready")});
+    fake.statusLink.setAnswer("kitchen.test", answered(0x1a, 0x32, 0x72));
+    QElapsedTimer sinceChange;
+    sinceChange.start();
+    expectMessage(*listener, "1", "printerStatusChanged",
+                  {0, QStringLiteral("paper-out"), QStringLiteral("the printer says it is out of paper")});
+    EXPECT_LT(sinceChange.elapsed(), 1000) << "within an interval (and the time to read it)";
+    QThread::msleep(300);  // three more readings, all the same
+    PrinterManager::watchPrinterStatus(0);
+    EXPECT_EQ(PrinterManager::printerStatus(0).state, PrinterStatus::State::PaperOut);
+    expectNothingBefore(*listener, "1");
+}
