@@ -58,17 +58,18 @@ protected:
             return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
         }
     };
-    // Starts a virtual printer and a raw queue `name` to it.
-    Device* addPrinter(const QString& name)
+    // Starts a virtual printer and a raw queue `name` to it, through the socket backend or the escpos one.
+    Device* addPrinter(const QString& name, virtual_printer::Options options = {}, bool escpos = false)
     {
         auto device = std::make_unique<Device>();
         EXPECT_TRUE(device->dir.isValid());
-        virtual_printer::Options options;
         options.outDir = device->dir.path().toStdString();
         device->printer = std::make_unique<virtual_printer::VirtualPrinter>(options);
         std::string error;
         EXPECT_TRUE(device->printer->start(&error)) << error;
-        EXPECT_TRUE(s_cups->addRawQueue(name, test_support::CupsdHarness::socketUri(device->printer->port())))
+        const int port = device->printer->port();
+        EXPECT_TRUE(s_cups->addRawQueue(name, escpos ? test_support::CupsdHarness::escposUri(port)
+                                                     : test_support::CupsdHarness::socketUri(port)))
             << s_cups->errorLog().toStdString();
         m_devices.push_back(std::move(device));
         return m_devices.back().get();

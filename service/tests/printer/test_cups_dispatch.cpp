@@ -5,9 +5,11 @@
 #include "service_business/print_cmd_formater.h"
 #include "service_business/print_manager.h"
 #include "service_business/printer.h"
+#include "service_business/printer_manager.h"
 
 #include <gtest/gtest.h>
 
+#include <QElapsedTimer>
 #include <QFile>
 
 #include <thread>
@@ -65,4 +67,31 @@ TEST_F(CupsDispatch, JobOnAStoppedQueueIsToldFalseAndNeverPrintsLater)
     ASSERT_TRUE(s_cups->startQueue("Kitchen"));
     std::this_thread::sleep_for(3s);
     EXPECT_EQ(kitchen->printer->jobCount(), 0);
+}
+
+// Many receipt printers serve one connection at a time; the registry's status reads never hold one while a
+// job of ours prints, and last a fraction of a second, so no job waits behind them for long or is refused.
+TEST_F(CupsDispatch, StatusReadsOfAPrinterServingOneConnectionAtATimeNeitherHoldUpNorRefuseJobs)
+{
+    virtual_printer::Options options;
+    options.oneAtATime = true;
+    Device* counter = addPrinter("Counter", options, true);
+    const PrinterInfo printer = spoolerRecord(60, "Counter");
+    service_business::PrinterManager::updatePrinters({printer});
+    const QByteArray receipt("\x1b@Table 12\n", 11);
+    auto timedJob = [&](int number) {
+        QElapsedTimer job;
+        job.start();
+        PrintManager::printOrder(printer, receipt, m_outcomes.callback(number));
+        EXPECT_TRUE(m_outcomes.waitFor(number, 20s));
+        EXPECT_EQ(m_outcomes.results(number), QList<bool>{true}) << number;
+        return job.elapsed();
+    };
+    const qint64 alone = timedJob(1);
+    service_business::PrinterManager::watchPrinterStatus(20);  // far more often than a shop's five seconds
+    for (int number = 2; number <= 11; ++number) EXPECT_LT(timedJob(number), alone + 1000) << number;
+    service_business::PrinterManager::watchPrinterStatus(0);
+    EXPECT_EQ(service_business::PrinterManager::printerStatus(60).reason, "the printer says it is ready")
+        << "the watch read the printer meanwhile";
+    EXPECT_EQ(counter->printer->jobCount(), 11);
 }

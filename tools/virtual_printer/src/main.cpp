@@ -38,6 +38,7 @@ const char kUsage[] =
     "  --stall BYTES        read the first BYTES of each job, then stop reading (a jam in mid-job)\n"
     "  --close-late S       close each connection S seconds after its last byte\n"
     "  --refuse             refuse connections (switched off)\n"
+    "  --one-at-a-time      serve one connection at a time; the next waits until it ends\n"
     "  --status STATE       what it answers to status requests (DLE EOT): ready (default),\n"
     "                       paper-near-end, paper-out, cover-open, offline, error, or silent\n"
     "                       (no answer, as a printer without a way back)\n"
@@ -202,6 +203,8 @@ int main(int argc, char** argv)
             options.closeDelay = std::chrono::seconds(number);
         } else if (arg == "--refuse") {
             options.refuse = true;
+        } else if (arg == "--one-at-a-time") {
+            options.oneAtATime = true;
         } else if (arg == "--status" && hasValue) {
             if (!virtual_printer::statusFromName(argv[++i], &options.status))
                 return usageError("bad --status: " + std::string(argv[i]));

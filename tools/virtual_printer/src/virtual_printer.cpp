@@ -344,9 +344,10 @@ private:
         }
     }
 
-    void acceptAll()
+    // Accepts the waiting connections, at most `limit` of them (-1: all).
+    void acceptAll(int limit)
     {
-        for (;;) {
+        for (int accepted = 0; limit < 0 || accepted < limit; ++accepted) {
             Fd socket(::accept4(m_listen.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
             if (socket.get() < 0) return;
             Connection connection;
@@ -479,7 +480,11 @@ private:
         while (applyRequests()) {
             std::vector<pollfd> fds;
             fds.push_back({m_wake.get(), POLLIN, 0});
-            if (m_listen.get() >= 0) fds.push_back({m_listen.get(), POLLIN, 0});
+            // A printer that serves one connection at a time leaves the next in the system's backlog.
+            const bool busy = m_options.oneAtATime &&
+                              std::any_of(m_open.begin(), m_open.end(),
+                                          [](const Connection& connection) { return connection.socket.get() >= 0; });
+            if (m_listen.get() >= 0 && !busy) fds.push_back({m_listen.get(), POLLIN, 0});
             const size_t firstConnection = fds.size();
             int timeout = -1;
             const Clock::time_point now = Clock::now();
@@ -503,7 +508,7 @@ private:
                 break;
             }
             if (fds[0].revents & POLLIN) drainWakes();
-            if (firstConnection == 2 && (fds[1].revents & POLLIN)) acceptAll();
+            if (firstConnection == 2 && (fds[1].revents & POLLIN)) acceptAll(m_options.oneAtATime ? 1 : -1);
 
             size_t index = firstConnection;
             for (Connection& connection : m_open) {

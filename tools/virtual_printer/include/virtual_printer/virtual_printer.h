@@ -43,6 +43,7 @@ struct Options {
     long long stallAfter = -1;                     // bytes read of each connection before it hangs; -1: all
     std::chrono::milliseconds closeDelay{0};       // wait after the last byte before closing
     bool refuse = false;
+    bool oneAtATime = false;                       // serve one connection at a time, as many receipt printers do
     Status status = Status::Ready;
     std::chrono::milliseconds idleGap{1000};       // a job ends after this long without data
 };
