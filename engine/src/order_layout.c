@@ -211,18 +211,6 @@ static void add_body_lines(LineBuilder *lines, const OrderDocument *document, co
         add_barcode_lines(lines, order->id);
 }
 
-/* Renders a built chain and appends the bytes as the next piece of the copy; frees the chain. */
-static void render_piece(LineBuilder *lines, OutputChunk **pieces, uint32_t width)
-{
-    uint8_t *bytes = NULL;
-    uint32_t length = 0;
-    if (lines->rc == ENGINE_OK)
-        lines->rc = render_lines(&bytes, &length, lines->lines, width);
-    if (lines->rc == ENGINE_OK)
-        lines->rc = append_chunk(pieces, bytes, length);
-    free_print_lines(&lines->lines);
-}
-
 EngineError layout_order(const OrderDocument *document, uint8_t **out, uint32_t *out_length)
 {
     if (!out || !out_length)
@@ -234,32 +222,36 @@ EngineError layout_order(const OrderDocument *document, uint8_t **out, uint32_t 
     int32_t width = paper_width_chars(settings->width);
     if (width < 0)
         return ENGINE_ERROR_PAPER_WIDTH;
+    if (settings->number_of_copies <= 0) {
+        /* No copies: an empty receipt, whatever the order holds. */
+        *out_length = 0;
+        return ENGINE_OK;
+    }
     const OrderStyleTable styles = order_style_table(settings->style);
 
-    OutputChunk *pieces = NULL;
-    LineBuilder lines = {NULL, ENGINE_OK};
+    /* One buffer for the whole copy: every line is rendered into it as its part of the copy is done. A
+       copy longer than the output limit can never be printed, so the buffer stops there. */
+    ByteBuffer receipt = {.limit = ENGINE_OUTPUT_LIMIT};
+    LineBuilder lines = {NULL, ENGINE_OK, NULL};
     add_title_line(&lines, document, "Zhevo订单", &styles);
-    render_piece(&lines, &pieces, (uint32_t)width);
+    flush_lines(&lines, &receipt, (uint32_t)width);
     add_body_lines(&lines, document, &styles, (uint32_t)width);
-    render_piece(&lines, &pieces, (uint32_t)width);
+    flush_lines(&lines, &receipt, (uint32_t)width);
     add_title_line(&lines, document, "完", &styles);
-    render_piece(&lines, &pieces, (uint32_t)width);
+    flush_lines(&lines, &receipt, (uint32_t)width);
     if (lines.rc == ENGINE_OK) {
-        uint8_t *feed = NULL;
-        uint32_t feed_length = 0;
-        lines.rc = feed_lines(&feed, &feed_length, copy_feed_lines(settings->lines_between_copies));
-        if (lines.rc == ENGINE_OK)
-            lines.rc = append_chunk(&pieces, feed, feed_length);
+        buffer_append_repeat(&receipt, 0x0A, (uint32_t)copy_feed_lines(settings->lines_between_copies));
+        lines.rc = receipt.rc;
     }
     /* A partial cut, rendered like any other line. */
     static const uint8_t partial_cut[] = {0x1D, 0x56, 0x31};
     add_line(&lines, NULL, 0, ALIGNMENT_LEFT, NULL, LINE_END_FEED);
     add_run(&lines, sizeof partial_cut, partial_cut, 1);
-    render_piece(&lines, &pieces, (uint32_t)width);
+    flush_lines(&lines, &receipt, (uint32_t)width);
 
-    EngineError rc = lines.rc;
-    if (rc == ENGINE_OK)
-        rc = repeat_chunks(out, out_length, pieces, settings->number_of_copies);
-    free_chunks(&pieces);
-    return rc;
+    if (lines.rc != ENGINE_OK) {
+        buffer_release(&receipt);
+        return lines.rc;
+    }
+    return buffer_repeat_take(&receipt, settings->number_of_copies, out, out_length);
 }

@@ -52,17 +52,18 @@ EngineError append_segment(TextSegment **segments, uint32_t length, const uint8_
 {
     if (!segments)
         return ENGINE_ERROR_RENDER;
-    TextSegment *segment = ENGINE_ALLOC(sizeof *segment);
+    uint32_t stored = (bytes && length > 0) ? length : 0;
+    /* The run's bytes live in its own block, right behind it: one allocation and one copy per run. */
+    TextSegment *segment = ENGINE_ALLOC(sizeof *segment + (size_t)stored);
     if (!segment)
         return ENGINE_ERROR_NO_MEMORY;
     segment->style = style;
-    if (bytes && length > 0) {
-        if (!engine_memdup(&segment->text, length, bytes)) {
-            ENGINE_FREE(segment);
-            return ENGINE_ERROR_NO_MEMORY;
-        }
-        segment->length = length;
+    if (stored > 0) {
+        segment->text = (uint8_t *)(segment + 1);
+        memcpy(segment->text, bytes, stored);
+        segment->length = stored;
     }
+    /* A line holds a handful of runs: the walk to the end is short. */
     TextSegment **end = segments;
     while (*end)
         end = &(*end)->next;
@@ -73,13 +74,18 @@ EngineError append_segment(TextSegment **segments, uint32_t length, const uint8_
 PrintLine *new_print_line(const char *text, TextStyle style, Alignment alignment, const char *fill,
                           int32_t line_end)
 {
-    PrintLine *line = ENGINE_ALLOC(sizeof *line);
+    /* The fill pattern lives in the line's own block, right behind it. */
+    size_t fill_size = fill ? strlen(fill) + 1 : 0;
+    PrintLine *line = ENGINE_ALLOC(sizeof *line + fill_size);
     if (!line)
         return NULL;
     line->alignment = alignment;
     line->line_end = line_end;
-    if ((fill && !engine_strdup(&line->fill, fill)) ||
-        (text && append_segment(&line->segments, (uint32_t)strlen(text), (const uint8_t *)text, style) != 0)) {
+    if (fill) {
+        line->fill = (char *)(line + 1);
+        memcpy(line->fill, fill, fill_size);
+    }
+    if (text && append_segment(&line->segments, (uint32_t)strlen(text), (const uint8_t *)text, style) != 0) {
         free_print_lines(&line);
         return NULL;
     }
@@ -194,141 +200,235 @@ char *make_fill_line(const char *pattern, uint32_t count, int reverse)
     return line;
 }
 
-/* Copies count bytes of pattern fill to out (see make_fill_line). Nothing is written when there is no
-   fill; ENGINE_ERROR_NO_MEMORY only when a fill was due but could not be made. */
-static EngineError write_fill(uint8_t *out, const char *pattern, uint32_t count, int reverse, int *written)
+/* Moves the bytes to a block of exactly capacity bytes. 0 when memory is short (rc set). */
+static int buffer_grow(ByteBuffer *buffer, uint32_t capacity)
 {
-    *written = 0;
-    if (!pattern || pattern[0] == '\0' || count == 0)
-        return ENGINE_OK;
-    char *fill = make_fill_line(pattern, count, reverse);
-    if (!fill)
-        return ENGINE_ERROR_NO_MEMORY;
-    memcpy(out, fill, count);
-    ENGINE_FREE(fill);
-    *written = 1;
-    return ENGINE_OK;
+    uint8_t *grown = ENGINE_ALLOC(capacity);
+    if (!grown) {
+        buffer->rc = ENGINE_ERROR_NO_MEMORY;
+        return 0;
+    }
+    if (buffer->length > 0)
+        memcpy(grown, buffer->data, buffer->length);
+    engine_release(buffer->data);
+    buffer->data = grown;
+    buffer->capacity = capacity;
+    return 1;
 }
 
-/* Places the styled text in a new zero-filled buffer padded for the line's alignment (steps 2 to 4). */
-static EngineError pad_line(uint8_t **out, uint32_t *out_length, const uint8_t *styled, uint32_t styled_length,
-                            const PrintLine *line, uint32_t text_width, uint32_t width)
+uint8_t *buffer_reserve(ByteBuffer *buffer, uint32_t extra)
 {
-    const char *fill = line->fill;
-    uint32_t room = width > text_width ? width - text_width : 0;
-    uint32_t pad = 0;
-    if (line->alignment == ALIGNMENT_LEFT)
-        pad = room;
-    else if (fill)
-        pad = room;
-    uint32_t size = styled_length + pad;
-    *out = NULL;
-    *out_length = 0;
-    if (size == 0)
-        return ENGINE_OK;
-    uint8_t *bytes = ENGINE_ALLOC(size);
-    if (!bytes)
-        return ENGINE_ERROR_NO_MEMORY;
-
-    EngineError rc = ENGINE_OK;
-    int written = 0;
-    uint32_t text_at = 0;
-    if (line->alignment == ALIGNMENT_LEFT) {
-        memset(bytes + styled_length, ' ', pad);
-    } else if (line->alignment == ALIGNMENT_CENTRE && fill && pad >= 2) {
-        uint32_t left = pad / 2;
-        uint32_t right = pad - left;
-        text_at = left;
-        /* The space before the text belongs to the left fill: with no left fill it stays 00. */
-        rc = write_fill(bytes, fill, left - 1, 1, &written);
-        if (rc == ENGINE_OK && written)
-            bytes[left - 1] = ' ';
-        bytes[left + styled_length] = ' ';
-        if (rc == ENGINE_OK)
-            rc = write_fill(bytes + left + styled_length + 1, fill, right - 1, 0, &written);
-    } else if (line->alignment == ALIGNMENT_RIGHT) {
-        text_at = pad;
-        rc = write_fill(bytes, fill, pad, 1, &written);
+    if (buffer->rc != ENGINE_OK)
+        return NULL;
+    uint32_t limit = buffer->limit ? buffer->limit : UINT32_MAX;
+    if (extra > limit - buffer->length) {
+        buffer->rc = ENGINE_ERROR_NO_MEMORY;
+        return NULL;
     }
-    if (rc != ENGINE_OK) {
-        ENGINE_FREE(bytes);
-        return rc;
+    uint32_t needed = buffer->length + extra;
+    if (needed > buffer->capacity) {
+        uint64_t capacity = buffer->capacity ? (uint64_t)buffer->capacity * 2 : 1024;
+        while (capacity < needed)
+            capacity *= 2;
+        if (capacity > limit)
+            capacity = limit;
+        if (!buffer_grow(buffer, (uint32_t)capacity))
+            return NULL;
     }
-    if (styled_length > 0)
-        memcpy(bytes + text_at, styled, styled_length);
-    *out = bytes;
-    *out_length = size;
-    return ENGINE_OK;
+    return buffer->data + buffer->length;
 }
 
-static EngineError append_line_feed(uint8_t **buffer, uint32_t *length)
+void buffer_append(ByteBuffer *buffer, const void *bytes, uint32_t count)
 {
-    uint8_t control[CONTROL_BYTES_MAX];
-    uint32_t control_length = 0;
-    control_bytes(control, &control_length, CONTROL_LINE_FEED);
-    uint8_t *grown = ENGINE_ALLOC(*length + control_length);
-    if (!grown)
-        return ENGINE_ERROR_NO_MEMORY;
-    if (*length > 0)
-        memcpy(grown, *buffer, *length);
-    memcpy(grown + *length, control, control_length);
-    engine_release(*buffer);
-    *buffer = grown;
-    *length += control_length;
-    return ENGINE_OK;
+    if (count == 0)
+        return;
+    uint8_t *at = buffer_reserve(buffer, count);
+    if (!at)
+        return;
+    memcpy(at, bytes, count);
+    buffer->length += count;
+}
+
+void buffer_append_byte(ByteBuffer *buffer, uint8_t byte)
+{
+    uint8_t *at = buffer_reserve(buffer, 1);
+    if (!at)
+        return;
+    *at = byte;
+    buffer->length++;
+}
+
+void buffer_append_repeat(ByteBuffer *buffer, uint8_t byte, uint32_t count)
+{
+    if (count == 0)
+        return;
+    uint8_t *at = buffer_reserve(buffer, count);
+    if (!at)
+        return;
+    memset(at, byte, count);
+    buffer->length += count;
+}
+
+void buffer_release(ByteBuffer *buffer)
+{
+    ENGINE_FREE(buffer->data);
+    buffer->length = 0;
+    buffer->capacity = 0;
+}
+
+EngineError buffer_take(ByteBuffer *buffer, uint8_t **bytes, uint32_t *length)
+{
+    EngineError rc = buffer->rc;
+    *bytes = NULL;
+    *length = 0;
+    if (rc == ENGINE_OK && buffer->length > 0) {
+        /* The block may be larger than the bytes: it is the caller's to release, never to read past. */
+        *bytes = buffer->data;
+        *length = buffer->length;
+        buffer->data = NULL;
+    }
+    buffer_release(buffer);
+    buffer->rc = ENGINE_OK;
+    return rc;
+}
+
+EngineError buffer_repeat_take(ByteBuffer *buffer, int32_t copies, uint8_t **bytes, uint32_t *length)
+{
+    uint64_t once = buffer->length;
+    if (buffer->rc == ENGINE_OK && (copies <= 0 || once == 0)) {
+        buffer_release(buffer);
+        *bytes = NULL;
+        *length = 0;
+        return ENGINE_OK;
+    }
+    uint64_t total = once * (uint64_t)(copies > 0 ? copies : 0);
+    if (buffer->rc == ENGINE_OK && total > ENGINE_OUTPUT_LIMIT)
+        buffer->rc = ENGINE_ERROR_NO_MEMORY;
+    if (buffer->rc == ENGINE_OK && total > buffer->capacity)
+        buffer_grow(buffer, (uint32_t)total);
+    if (buffer->rc == ENGINE_OK) {
+        for (int32_t copy = 1; copy < copies; copy++)
+            memcpy(buffer->data + (size_t)copy * once, buffer->data, once);
+        buffer->length = (uint32_t)total;
+    }
+    return buffer_take(buffer, bytes, length);
+}
+
+/* Writes count bytes of pattern at out as make_fill_line(pattern, count, reverse) makes them. */
+static void write_fill_bytes(uint8_t *out, const char *pattern, uint32_t count, int reverse)
+{
+    size_t period = strlen(pattern);
+    if (period == 1) {
+        memset(out, pattern[0], count);
+        return;
+    }
+    for (uint32_t i = 0; i < count; i++)
+        out[reverse ? count - 1 - i : i] = (uint8_t)pattern[i % period];
+}
+
+static bool has_pattern(const char *fill)
+{
+    return fill && fill[0] != '\0';
+}
+
+/*
+ * The bytes of one line, in the order the steps that made them used to run: the styled runs placed in a
+ * zero-filled field padded for the alignment (spaces to the right of a left line; the fill mirrored around
+ * a centred one with a space on each side of the text; the fill before a right one), ESC a in front when
+ * the line has no fill, and the line feed.
+ */
+void render_line_into(ByteBuffer *buffer, const PrintLine *line, uint32_t width)
+{
+    if (line->alignment >= ALIGNMENT_LEFT && line->alignment <= ALIGNMENT_RIGHT) {
+        const char *fill = line->fill;
+        uint32_t styled_length = 0;
+        uint32_t text_width = 0;
+        for (const TextSegment *s = line->segments; s; s = s->next) {
+            styled_length += s->length + style_overhead(s->style);
+            text_width += text_display_width(s->text, s->length, s->style & TEXT_STYLE_DOUBLE_WIDTH);
+        }
+        uint32_t room = width > text_width ? width - text_width : 0;
+        uint32_t pad = (line->alignment == ALIGNMENT_LEFT || fill) ? room : 0;
+        if ((uint64_t)styled_length + pad + 3 > UINT32_MAX) {
+            buffer->rc = ENGINE_ERROR_NO_MEMORY;
+            return;
+        }
+        uint32_t size = styled_length + pad + (fill ? 0 : 3);
+        uint8_t *out = buffer_reserve(buffer, size);
+        if (!out)
+            return;
+        if (!fill) {
+            out[0] = 0x1B;
+            out[1] = 0x61;
+            out[2] = (uint8_t)line->alignment;
+            out += 3;
+        }
+        uint32_t text_at = 0;
+        if (line->alignment == ALIGNMENT_LEFT) {
+            memset(out + styled_length, ' ', pad);
+        } else if (line->alignment == ALIGNMENT_CENTRE && fill && pad >= 2) {
+            uint32_t left = pad / 2;
+            uint32_t right = pad - left;
+            text_at = left;
+            /* The space before the text belongs to the left fill: with no left fill it stays 00. */
+            if (has_pattern(fill) && left - 1 > 0) {
+                write_fill_bytes(out, fill, left - 1, 1);
+                out[left - 1] = ' ';
+            } else {
+                memset(out, 0, left);
+            }
+            out[left + styled_length] = ' ';
+            if (has_pattern(fill) && right - 1 > 0)
+                write_fill_bytes(out + left + styled_length + 1, fill, right - 1, 0);
+            else
+                memset(out + left + styled_length + 1, 0, right - 1);
+        } else if (line->alignment == ALIGNMENT_RIGHT && pad > 0) {
+            text_at = pad;
+            if (has_pattern(fill))
+                write_fill_bytes(out, fill, pad, 1);
+            else
+                memset(out, 0, pad);
+        } else if (pad > 0) {
+            /* A centred line with a fill and a pad of 1: the byte after the text stays 00. */
+            memset(out + styled_length, 0, pad);
+        }
+        uint8_t *run = out + text_at;
+        for (const TextSegment *s = line->segments; s; s = s->next)
+            run = write_styled_run(run, s->text, s->length, s->style);
+        buffer->length += size;
+    }
+    if (line->line_end == LINE_END_FEED)
+        buffer_append_byte(buffer, 0x0A);
 }
 
 EngineError render_line(uint8_t **buffer, uint32_t *length, const PrintLine *line, uint32_t width)
 {
     if (!buffer || !length || !line)
         return ENGINE_ERROR_RENDER;
-    *buffer = NULL;
-    *length = 0;
-
-    uint8_t *bytes = NULL;
-    uint32_t bytes_length = 0;
-    EngineError rc = ENGINE_OK;
-    if (line->alignment >= ALIGNMENT_LEFT && line->alignment <= ALIGNMENT_RIGHT) {
-        uint8_t *styled = NULL;
-        uint32_t styled_length = 0;
-        rc = render_segments(&styled, &styled_length, line->segments);
-        if (rc == ENGINE_OK)
-            rc = pad_line(&bytes, &bytes_length, styled, styled_length, line,
-                          segment_list_width(line->segments), width);
-        ENGINE_FREE(styled);
-        if (rc == ENGINE_OK && !line->fill)
-            rc = apply_alignment(&bytes, &bytes_length, line->alignment);
-    }
-    if (rc == ENGINE_OK && line->line_end == LINE_END_FEED)
-        rc = append_line_feed(&bytes, &bytes_length);
-    if (rc != ENGINE_OK) {
-        ENGINE_FREE(bytes);
-        return rc;
-    }
-    *buffer = bytes;
-    *length = bytes_length;
-    return ENGINE_OK;
+    ByteBuffer bytes = {0};
+    render_line_into(&bytes, line, width);
+    return buffer_take(&bytes, buffer, length);
 }
 
 EngineError render_lines(uint8_t **buffer, uint32_t *length, const PrintLine *lines, uint32_t width)
 {
     if (!buffer || !length)
         return ENGINE_ERROR_RENDER;
-    *buffer = NULL;
-    *length = 0;
-    OutputChunk *chunks = NULL;
-    EngineError rc = ENGINE_OK;
-    for (const PrintLine *line = lines; line && rc == ENGINE_OK; line = line->next) {
-        uint8_t *bytes = NULL;
-        uint32_t bytes_length = 0;
-        rc = render_line(&bytes, &bytes_length, line, width);
-        if (rc == ENGINE_OK)
-            rc = append_chunk(&chunks, bytes, bytes_length);
+    ByteBuffer bytes = {0};
+    for (const PrintLine *line = lines; line && bytes.rc == ENGINE_OK; line = line->next)
+        render_line_into(&bytes, line, width);
+    return buffer_take(&bytes, buffer, length);
+}
+
+void flush_lines(LineBuilder *builder, ByteBuffer *buffer, uint32_t width)
+{
+    if (builder->rc == ENGINE_OK) {
+        for (const PrintLine *line = builder->lines; line && buffer->rc == ENGINE_OK; line = line->next)
+            render_line_into(buffer, line, width);
+        builder->rc = buffer->rc;
     }
-    if (rc == ENGINE_OK && chunks)
-        rc = join_chunks(buffer, length, chunks);
-    free_chunks(&chunks);
-    return rc;
+    free_print_lines(&builder->lines);
+    builder->last = NULL;
 }
 
 void control_bytes(uint8_t out[CONTROL_BYTES_MAX], uint32_t *length, int kind)
@@ -378,10 +478,15 @@ EngineError append_chunk(OutputChunk **chunks, uint8_t *data, uint32_t length)
     }
     chunk->data = data;
     chunk->length = data ? length : 0;
-    OutputChunk **end = chunks;
-    while (*end)
-        end = &(*end)->next;
-    *end = chunk;
+    if (!*chunks) {
+        *chunks = chunk;
+    } else {
+        OutputChunk *last = (*chunks)->tail ? (*chunks)->tail : *chunks;
+        while (last->next) /* only for a chain not built by append_chunk */
+            last = last->next;
+        last->next = chunk;
+    }
+    (*chunks)->tail = chunk;
     return ENGINE_OK;
 }
 
@@ -450,13 +555,11 @@ void add_line(LineBuilder *builder, const char *text, TextStyle style, Alignment
         builder->rc = ENGINE_ERROR_NO_MEMORY;
         return;
     }
-    if (!builder->lines) {
+    if (!builder->lines)
         builder->lines = line;
-        return;
-    }
-    PrintLine *end = builder->lines;
-    last_line(&end);
-    end->next = line;
+    else
+        builder->last->next = line;
+    builder->last = line;
 }
 
 void add_line_owned(LineBuilder *builder, char *text, TextStyle style, Alignment alignment, const char *fill,
@@ -472,9 +575,7 @@ void add_run(LineBuilder *builder, uint32_t length, const void *bytes, TextStyle
 {
     if (builder->rc != ENGINE_OK || !builder->lines)
         return;
-    PrintLine *end = builder->lines;
-    last_line(&end);
-    builder->rc = append_segment(&end->segments, length, bytes, style);
+    builder->rc = append_segment(&builder->last->segments, length, bytes, style);
 }
 
 void last_line(PrintLine **line)
@@ -492,7 +593,8 @@ void free_segments(TextSegment **segments)
     TextSegment *s = *segments;
     while (s) {
         TextSegment *next = s->next;
-        ENGINE_FREE(s->text);
+        if (s->text != (uint8_t *)(s + 1))
+            ENGINE_FREE(s->text);
         ENGINE_FREE(s);
         s = next;
     }
@@ -507,7 +609,8 @@ void free_print_lines(PrintLine **lines)
     while (line) {
         PrintLine *next = line->next;
         free_segments(&line->segments);
-        ENGINE_FREE(line->fill);
+        if (line->fill != (char *)(line + 1))
+            ENGINE_FREE(line->fill);
         ENGINE_FREE(line);
         line = next;
     }

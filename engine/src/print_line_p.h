@@ -18,7 +18,8 @@ extern "C" {
 
 /* One run of text. */
 typedef struct TextSegment {
-    uint8_t *text;            /* owned UTF-8 bytes, not NUL-terminated; NULL when length is 0 */
+    uint8_t *text;            /* owned UTF-8 bytes, not NUL-terminated, stored in the run's own block right
+                                 behind it; NULL when length is 0 */
     uint32_t length;          /* byte count */
     TextStyle style;          /* style of the whole run */
     struct TextSegment *next; /* following run or NULL */
@@ -32,7 +33,8 @@ typedef struct TextSegment {
 typedef struct PrintLine {
     TextSegment *segments;  /* the runs, in printing order */
     Alignment alignment;    /* where the text goes */
-    char *fill;             /* owned pad pattern, or NULL: spaces (left) or printer alignment (centre, right) */
+    char *fill;             /* owned pad pattern, or NULL: spaces (left) or printer alignment (centre, right);
+                               made by new_print_line in the line's own block right behind it */
     int32_t line_end;       /* LINE_END_FEED appends 0A */
     struct PrintLine *next; /* following line or NULL */
 } PrintLine;
@@ -42,7 +44,42 @@ typedef struct OutputChunk {
     uint8_t *data;            /* owned bytes */
     uint32_t length;          /* byte count */
     struct OutputChunk *next; /* following piece or NULL */
+    struct OutputChunk *tail; /* in the first chunk of a chain: the last one, so append_chunk is O(1) */
 } OutputChunk;
+
+/*
+ * A growable byte buffer: one tracked block that doubles when full, so appending n bytes costs O(n) over
+ * the buffer's life. A buffer never grows past its limit (0: the 32-bit length's); the first failure (no
+ * memory, or the limit) sticks in rc and later appends do nothing.
+ */
+typedef struct ByteBuffer {
+    uint8_t *data;     /* tracked block of capacity bytes, or NULL */
+    uint32_t length;   /* bytes written */
+    uint32_t capacity; /* bytes allocated */
+    uint32_t limit;    /* largest length allowed, 0 for no limit of its own */
+    EngineError rc;    /* 0, or the first failure: ENGINE_ERROR_NO_MEMORY */
+} ByteBuffer;
+
+/* Room for at least extra more bytes; returns the write position or NULL (rc set). */
+uint8_t *buffer_reserve(ByteBuffer *buffer, uint32_t extra);
+
+/* Appends count bytes (or, for buffer_append_byte, one byte; buffer_append_repeat: count copies of byte). */
+void buffer_append(ByteBuffer *buffer, const void *bytes, uint32_t count);
+void buffer_append_byte(ByteBuffer *buffer, uint8_t byte);
+void buffer_append_repeat(ByteBuffer *buffer, uint8_t byte, uint32_t count);
+
+/* Hands the bytes over as a tracked block of at least length bytes (NULL and 0 when empty) and empties the
+   buffer; on a failure (rc) releases everything and returns rc with *bytes NULL and *length 0. */
+EngineError buffer_take(ByteBuffer *buffer, uint8_t **bytes, uint32_t *length);
+
+void buffer_release(ByteBuffer *buffer);
+
+/* Hands over copies repetitions of the bytes as buffer_take does (NULL and 0 for copies <= 0 or no bytes);
+   ENGINE_ERROR_NO_MEMORY beyond ENGINE_OUTPUT_LIMIT or when memory is short. */
+EngineError buffer_repeat_take(ByteBuffer *buffer, int32_t copies, uint8_t **bytes, uint32_t *length);
+
+/* Appends the bytes of line on a paper of width columns, exactly as render_line makes them. */
+void render_line_into(ByteBuffer *buffer, const PrintLine *line, uint32_t width);
 
 /* Kinds of control_bytes. */
 enum {
@@ -133,7 +170,12 @@ void last_line(PrintLine **line);
 typedef struct LineBuilder {
     PrintLine *lines; /* the chain built so far */
     EngineError rc;   /* 0, or the first failure */
+    PrintLine *last;  /* the last line of the chain (NULL with lines), so adding is O(1) */
 } LineBuilder;
+
+/* Appends every line of the chain to buffer (render_line_into), frees the chain and empties the builder;
+   a failure of the builder or the buffer sticks in builder->rc. */
+void flush_lines(LineBuilder *builder, ByteBuffer *buffer, uint32_t width);
 
 /* Appends new_print_line(text, ...) to the chain. */
 void add_line(LineBuilder *builder, const char *text, TextStyle style, Alignment alignment, const char *fill,

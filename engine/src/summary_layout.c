@@ -52,7 +52,8 @@ static void add_time_line(LineBuilder *lines, const char *label, int64_t seconds
     add_text_line(lines, text);
 }
 
-static void add_table(LineBuilder *lines, const SummaryOrder *orders, const uint32_t *widths)
+static void add_table(LineBuilder *lines, ByteBuffer *output, const SummaryOrder *orders, const uint32_t *widths,
+                      uint32_t width)
 {
     char row[ROW_SIZE];
     size_t at = 0;
@@ -80,6 +81,8 @@ static void add_table(LineBuilder *lines, const SummaryOrder *orders, const uint
         put_cell(row, &at, receipt, widths[2]);
         put_cell(row, &at, time, widths[3]);
         add_text_line(lines, row);
+        /* Rendered as it goes: the lines of a long day never pile up. */
+        flush_lines(lines, output, width);
     }
     add_separator(lines);
 }
@@ -122,32 +125,32 @@ EngineError layout_summary(const SummaryDocument *document, uint8_t **out, uint3
         return ENGINE_ERROR_PAPER_WIDTH;
     const Summary *summary = document->summary;
 
-    LineBuilder lines = {NULL, ENGINE_OK};
+    if (document->printSettings->number_of_copies <= 0) {
+        /* No copies: an empty receipt, whatever the summary holds. */
+        *out_length = 0;
+        return ENGINE_OK;
+    }
+
+    /* The lines go into one buffer as they are made (see layout_order). */
+    ByteBuffer receipt = {.limit = ENGINE_OUTPUT_LIMIT};
+    LineBuilder lines = {NULL, ENGINE_OK, NULL};
     add_line(&lines, document->restaurant->name, SUMMARY_STYLE, ALIGNMENT_LEFT, " ", LINE_END_FEED);
     add_text_line(&lines, "有效订单汇总");
     add_time_line(&lines, "开始时间：", summary->beginTime);
     add_time_line(&lines, "截止时间：", summary->endTime);
-    add_table(&lines, summary->orders, width == 32 ? columns_58mm : columns_80mm);
+    add_table(&lines, &receipt, summary->orders, width == 32 ? columns_58mm : columns_80mm, (uint32_t)width);
     add_totals(&lines, summary->digest);
     add_separator(&lines);
     add_text_line(&lines, "(!)为在线支付订单");
     add_text_line(&lines, "减免含Zhevo补贴及商家自担两部分");
-
-    OutputChunk *pieces = NULL;
-    uint8_t *bytes = NULL;
-    uint32_t length = 0;
-    EngineError rc = lines.rc;
-    if (rc == ENGINE_OK)
-        rc = render_lines(&bytes, &length, lines.lines, (uint32_t)width);
-    if (rc == ENGINE_OK)
-        rc = append_chunk(&pieces, bytes, length);
-    if (rc == ENGINE_OK)
-        rc = feed_lines(&bytes, &length, document->printSettings->feed_lines);
-    if (rc == ENGINE_OK)
-        rc = append_chunk(&pieces, bytes, length);
-    if (rc == ENGINE_OK)
-        rc = repeat_chunks(out, out_length, pieces, document->printSettings->number_of_copies);
-    free_print_lines(&lines.lines);
-    free_chunks(&pieces);
-    return rc;
+    flush_lines(&lines, &receipt, (uint32_t)width);
+    if (lines.rc == ENGINE_OK && document->printSettings->feed_lines > 0) {
+        buffer_append_repeat(&receipt, 0x0A, (uint32_t)document->printSettings->feed_lines);
+        lines.rc = receipt.rc;
+    }
+    if (lines.rc != ENGINE_OK) {
+        buffer_release(&receipt);
+        return lines.rc;
+    }
+    return buffer_repeat_take(&receipt, document->printSettings->number_of_copies, out, out_length);
 }
