@@ -55,8 +55,8 @@ static void add_blank_line(LineBuilder *lines, TextStyle style)
 static void add_title_line(LineBuilder *lines, const OrderDocument *document, const char *word,
                            const OrderStyleTable *styles)
 {
-    add_line_owned(lines, engine_sprintf("#%d", document->order->general->daySn), styles->slot[ORDER_SLOT_SERIAL],
-                   ALIGNMENT_CENTRE, "*", LINE_END_FEED);
+    add_line_printf(lines, styles->slot[ORDER_SLOT_SERIAL], ALIGNMENT_CENTRE, "*", LINE_END_FEED, "#%d",
+                    document->order->general->daySn);
     add_run(lines, (uint32_t)strlen(word), word, styles->slot[ORDER_SLOT_TITLE_WORD]);
 }
 
@@ -80,15 +80,14 @@ static void add_item_lines(LineBuilder *lines, const OrderItem *items, TextStyle
         if (n + NAME_RESERVE < width) {
             uint32_t used = n + q + PRICE_COLUMNS;
             int spaces = used < width ? (int)(width - used) : 0;
-            add_line_owned(lines,
-                           engine_sprintf("%s%s%*s%s%*s%s", prefix, name, spaces, "", quantity, (int)gap, "", price),
-                           style, ALIGNMENT_LEFT, " ", LINE_END_FEED);
+            add_line_printf(lines, style, ALIGNMENT_LEFT, " ", LINE_END_FEED, "%s%s%*s%s%*s%s", prefix, name, spaces,
+                            "", quantity, (int)gap, "", price);
         } else {
             uint32_t used = q + PRICE_COLUMNS;
             int spaces = used < width ? (int)(width - used) : 0;
-            add_line_owned(lines, engine_sprintf("%s%s", prefix, name), style, ALIGNMENT_LEFT, " ", LINE_END_FEED);
-            add_line_owned(lines, engine_sprintf("%*s%s%*s%s", spaces, "", quantity, (int)gap, "", price), style,
-                           ALIGNMENT_LEFT, " ", LINE_END_FEED);
+            add_line_printf(lines, style, ALIGNMENT_LEFT, " ", LINE_END_FEED, "%s%s", prefix, name);
+            add_line_printf(lines, style, ALIGNMENT_LEFT, " ", LINE_END_FEED, "%*s%s%*s%s", spaces, "", quantity,
+                            (int)gap, "", price);
         }
         add_item_lines(lines, item->additions, style, width, true);
     }
@@ -144,11 +143,10 @@ static void add_customer_lines(LineBuilder *lines, const Order *order, const Ord
         return;
     if (text_is(kind, "dine")) {
         const char *table = consignee->tableNumber ? consignee->tableNumber : "";
-        add_line_owned(lines, engine_sprintf("桌号  %s", table), place, ALIGNMENT_LEFT, " ", LINE_END_FEED);
+        add_line_printf(lines, place, ALIGNMENT_LEFT, " ", LINE_END_FEED, "桌号  %s", table);
         /* Padded to the full width, so the count prints at the start of the next printed line. */
         add_line(lines, "人数  ", place, ALIGNMENT_LEFT, " ", LINE_END_NONE);
-        add_line_owned(lines, engine_sprintf("%d", consignee->peopleCount), place, ALIGNMENT_LEFT, " ",
-                       LINE_END_FEED);
+        add_line_printf(lines, place, ALIGNMENT_LEFT, " ", LINE_END_FEED, "%d", consignee->peopleCount);
         return;
     }
     add_line(lines, consignee->address, place, ALIGNMENT_LEFT, " ", LINE_END_FEED);
@@ -189,15 +187,13 @@ static void add_body_lines(LineBuilder *lines, const OrderDocument *document, co
              styles->slot[ORDER_SLOT_PAYMENT], ALIGNMENT_CENTRE, " ", LINE_END_FEED);
     if (general->isBooked) {
         struct tm booked = local_time(general->bookedTime);
-        add_line_owned(lines, engine_sprintf("预订%02d:%02d送达", booked.tm_hour, booked.tm_min),
-                       styles->slot[ORDER_SLOT_BOOKED], ALIGNMENT_CENTRE, " ", LINE_END_FEED);
+        add_line_printf(lines, styles->slot[ORDER_SLOT_BOOKED], ALIGNMENT_CENTRE, " ", LINE_END_FEED,
+                        "预订%02d:%02d送达", booked.tm_hour, booked.tm_min);
     }
     add_blank_line(lines, 0);
     struct tm created = local_time(general->createdTime);
-    add_line_owned(lines,
-                   engine_sprintf("[下单时间] %02d-%02d %02d:%02d", created.tm_mon, created.tm_mday,
-                                  created.tm_hour, created.tm_min),
-                   styles->slot[ORDER_SLOT_ORDER_TIME], ALIGNMENT_LEFT, " ", LINE_END_FEED);
+    add_line_printf(lines, styles->slot[ORDER_SLOT_ORDER_TIME], ALIGNMENT_LEFT, " ", LINE_END_FEED,
+                    "[下单时间] %02d-%02d %02d:%02d", created.tm_mon, created.tm_mday, created.tm_hour, created.tm_min);
     if (general->remark && general->remark[0] != '\0') {
         add_line(lines, "[备注] ", styles->slot[ORDER_SLOT_REMARK_LABEL], ALIGNMENT_LEFT, " ", LINE_END_FEED);
         add_run(lines, (uint32_t)strlen(general->remark), general->remark, styles->slot[ORDER_SLOT_REMARK]);

@@ -3,6 +3,8 @@
 
 #include "utility_p.h"
 
+#include <stdarg.h>
+#include <stdio.h>
 #include <string.h>
 
 #define ENGINE_UNIT "src/print_line.c"
@@ -569,6 +571,34 @@ void add_line_owned(LineBuilder *builder, char *text, TextStyle style, Alignment
         builder->rc = ENGINE_ERROR_NO_MEMORY;
     add_line(builder, text, style, alignment, fill, line_end);
     ENGINE_FREE(text);
+}
+
+void add_line_printf(LineBuilder *builder, TextStyle style, Alignment alignment, const char *fill, int32_t line_end,
+                     const char *format, ...)
+{
+    if (builder->rc != ENGINE_OK)
+        return;
+    /* Formatted once into the stack; only a longer text takes a (tracked) block. */
+    char local[512];
+    va_list args;
+    va_start(args, format);
+    int needed = vsnprintf(local, sizeof local, format, args);
+    va_end(args);
+    if (needed < 0) {
+        builder->rc = ENGINE_ERROR_NO_MEMORY;
+        return;
+    }
+    if ((size_t)needed < sizeof local) {
+        add_line(builder, local, style, alignment, fill, line_end);
+        return;
+    }
+    char *text = ENGINE_ALLOC((size_t)needed + 1);
+    if (text) {
+        va_start(args, format);
+        vsnprintf(text, (size_t)needed + 1, format, args);
+        va_end(args);
+    }
+    add_line_owned(builder, text, style, alignment, fill, line_end);
 }
 
 void add_run(LineBuilder *builder, uint32_t length, const void *bytes, TextStyle style)

@@ -185,6 +185,10 @@ void add_line(LineBuilder *builder, const char *text, TextStyle style, Alignment
 void add_line_owned(LineBuilder *builder, char *text, TextStyle style, Alignment alignment, const char *fill,
                     int32_t line_end);
 
+/* As add_line with the text formatted as by printf (no tracked copy of the text unless it is long). */
+void add_line_printf(LineBuilder *builder, TextStyle style, Alignment alignment, const char *fill, int32_t line_end,
+                     const char *format, ...) __attribute__((format(printf, 6, 7)));
+
 /* Appends a run of length bytes to the last line of the chain. */
 void add_run(LineBuilder *builder, uint32_t length, const void *bytes, TextStyle style);
 
