@@ -60,6 +60,25 @@ static void add_title_line(LineBuilder *lines, const OrderDocument *document, co
     add_run(lines, (uint32_t)strlen(word), word, styles->slot[ORDER_SLOT_TITLE_WORD]);
 }
 
+/* Writes "x%d " of quantity, as snprintf does. */
+static void quantity_text(char out[16], int32_t quantity)
+{
+    char digits[12];
+    char *start = digits + sizeof digits;
+    uint32_t magnitude = quantity < 0 ? 0u - (uint32_t)quantity : (uint32_t)quantity;
+    do {
+        *--start = (char)('0' + magnitude % 10);
+        magnitude /= 10;
+    } while (magnitude > 0);
+    if (quantity < 0)
+        *--start = '-';
+    size_t length = (size_t)(digits + sizeof digits - start);
+    out[0] = 'x';
+    memcpy(out + 1, start, length);
+    out[length + 1] = ' ';
+    out[length + 2] = '\0';
+}
+
 /* Adds the lines of items (and, below each, its additions) in three columns: name, quantity, price. */
 static void add_item_lines(LineBuilder *lines, const OrderItem *items, TextStyle style, uint32_t width,
                            bool addition)
@@ -69,7 +88,7 @@ static void add_item_lines(LineBuilder *lines, const OrderItem *items, TextStyle
         const char *name = item->name ? item->name : "";
         char quantity[16] = " ";
         if (item->displayQuantity)
-            snprintf(quantity, sizeof quantity, "x%d ", item->quantity);
+            quantity_text(quantity, item->quantity);
         char price[ENGINE_MONEY_TEXT_SIZE];
         format_money(price, 0, (float)item->quantity * item->price);
 
@@ -80,14 +99,15 @@ static void add_item_lines(LineBuilder *lines, const OrderItem *items, TextStyle
         if (n + NAME_RESERVE < width) {
             uint32_t used = n + q + PRICE_COLUMNS;
             int spaces = used < width ? (int)(width - used) : 0;
-            add_line_printf(lines, style, ALIGNMENT_LEFT, " ", LINE_END_FEED, "%s%s%*s%s%*s%s", prefix, name, spaces,
-                            "", quantity, (int)gap, "", price);
+            const TextPart parts[] = {{0, prefix}, {0, name}, {(uint32_t)spaces, quantity}, {gap, price}};
+            add_line_parts(lines, style, ALIGNMENT_LEFT, " ", LINE_END_FEED, parts, 4);
         } else {
             uint32_t used = q + PRICE_COLUMNS;
             int spaces = used < width ? (int)(width - used) : 0;
-            add_line_printf(lines, style, ALIGNMENT_LEFT, " ", LINE_END_FEED, "%s%s", prefix, name);
-            add_line_printf(lines, style, ALIGNMENT_LEFT, " ", LINE_END_FEED, "%*s%s%*s%s", spaces, "", quantity,
-                            (int)gap, "", price);
+            const TextPart name_parts[] = {{0, prefix}, {0, name}};
+            const TextPart price_parts[] = {{(uint32_t)spaces, quantity}, {gap, price}};
+            add_line_parts(lines, style, ALIGNMENT_LEFT, " ", LINE_END_FEED, name_parts, 2);
+            add_line_parts(lines, style, ALIGNMENT_LEFT, " ", LINE_END_FEED, price_parts, 2);
         }
         add_item_lines(lines, item->additions, style, width, true);
     }
@@ -225,10 +245,13 @@ EngineError layout_order(const OrderDocument *document, uint8_t **out, uint32_t 
     }
     const OrderStyleTable styles = order_style_table(settings->style);
 
-    /* One buffer for the whole copy: every line is rendered into it as its part of the copy is done. A
-       copy longer than the output limit can never be printed, so the buffer stops there. */
+    /* One buffer for the whole copy: every line is rendered into it as soon as the next one starts. A copy
+       longer than the output limit can never be printed, so the buffer stops there. */
     ByteBuffer receipt = {.limit = ENGINE_OUTPUT_LIMIT};
-    LineBuilder lines = {NULL, ENGINE_OK, NULL};
+    LineBuilder lines = {.rc = ENGINE_OK};
+    stream_lines(&lines, &receipt, (uint32_t)width);
+    /* Room for an everyday receipt at once: growing through the small sizes costs more than it saves. */
+    buffer_reserve(&receipt, RECEIPT_FIRST_RESERVE);
     add_title_line(&lines, document, "Zhevo订单", &styles);
     flush_lines(&lines, &receipt, (uint32_t)width);
     add_body_lines(&lines, document, &styles, (uint32_t)width);
@@ -244,6 +267,7 @@ EngineError layout_order(const OrderDocument *document, uint8_t **out, uint32_t 
     add_line(&lines, NULL, 0, ALIGNMENT_LEFT, NULL, LINE_END_FEED);
     add_run(&lines, sizeof partial_cut, partial_cut, 1);
     flush_lines(&lines, &receipt, (uint32_t)width);
+    end_lines(&lines);
 
     if (lines.rc != ENGINE_OK) {
         buffer_release(&receipt);

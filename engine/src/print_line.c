@@ -22,6 +22,17 @@ uint32_t text_display_width(const uint8_t *bytes, uint32_t length, int double_wi
     uint32_t columns = 0;
     uint32_t i = 0;
     while (i < length) {
+        /* Runs of ASCII, eight bytes at a time: one column each. */
+        while (length - i >= 8) {
+            uint64_t word;
+            memcpy(&word, bytes + i, sizeof word);
+            if (word & 0x8080808080808080ull)
+                break;
+            columns += 8;
+            i += 8;
+        }
+        if (i >= length)
+            break;
         uint8_t lead = bytes[i];
         uint32_t step = 1;
         uint32_t width = 1;
@@ -218,6 +229,8 @@ static int buffer_grow(ByteBuffer *buffer, uint32_t capacity)
     return 1;
 }
 
+static void render_waiting(LineBuilder *builder);
+
 uint8_t *buffer_reserve(ByteBuffer *buffer, uint32_t extra)
 {
     if (buffer->rc != ENGINE_OK)
@@ -229,7 +242,8 @@ uint8_t *buffer_reserve(ByteBuffer *buffer, uint32_t extra)
     }
     uint32_t needed = buffer->length + extra;
     if (needed > buffer->capacity) {
-        uint64_t capacity = buffer->capacity ? (uint64_t)buffer->capacity * 2 : 1024;
+        /* Small first (a line's text), then doubling. */
+        uint64_t capacity = buffer->capacity ? (uint64_t)buffer->capacity * 2 : 128;
         while (capacity < needed)
             capacity *= 2;
         if (capacity > limit)
@@ -424,6 +438,10 @@ EngineError render_lines(uint8_t **buffer, uint32_t *length, const PrintLine *li
 
 void flush_lines(LineBuilder *builder, ByteBuffer *buffer, uint32_t width)
 {
+    if (builder->sink) {
+        render_waiting(builder);
+        return;
+    }
     if (builder->rc == ENGINE_OK) {
         for (const PrintLine *line = builder->lines; line && buffer->rc == ENGINE_OK; line = line->next)
             render_line_into(buffer, line, width);
@@ -431,6 +449,16 @@ void flush_lines(LineBuilder *builder, ByteBuffer *buffer, uint32_t width)
     }
     free_print_lines(&builder->lines);
     builder->last = NULL;
+}
+
+void end_lines(LineBuilder *builder)
+{
+    if (builder->sink)
+        render_waiting(builder);
+    buffer_release(&builder->scratch);
+    free_print_lines(&builder->lines);
+    builder->last = NULL;
+    builder->waiting = 0;
 }
 
 void control_bytes(uint8_t out[CONTROL_BYTES_MAX], uint32_t *length, int kind)
@@ -547,11 +575,94 @@ EngineError repeat_chunks(uint8_t **buffer, uint32_t *length, const OutputChunk 
     return ENGINE_OK;
 }
 
+/* Renders the waiting line of a stream into its sink. */
+static void render_waiting(LineBuilder *builder)
+{
+    if (!builder->waiting)
+        return;
+    builder->waiting = 0;
+    if (builder->rc != ENGINE_OK)
+        return;
+    TextSegment segments[LINE_BUILDER_RUNS];
+    for (uint32_t i = 0; i < builder->run_count; i++) {
+        uint32_t length = builder->runs[i].length;
+        segments[i] = (TextSegment){.text = length ? builder->scratch.data + builder->runs[i].offset : NULL,
+                                    .length = length,
+                                    .style = builder->runs[i].style,
+                                    .next = i + 1 < builder->run_count ? &segments[i + 1] : NULL};
+    }
+    const PrintLine line = {.segments = builder->run_count ? segments : NULL,
+                            .alignment = builder->alignment,
+                            .fill = builder->has_fill ? (char *)builder->scratch.data : NULL,
+                            .line_end = builder->line_end};
+    render_line_into(builder->sink, &line, builder->width);
+    builder->rc = builder->sink->rc;
+}
+
+/* Renders the waiting line and starts the next one, without runs yet. */
+static void start_line(LineBuilder *builder, Alignment alignment, const char *fill, int32_t line_end)
+{
+    render_waiting(builder);
+    if (builder->rc != ENGINE_OK)
+        return;
+    builder->scratch.length = 0;
+    builder->run_count = 0;
+    builder->alignment = alignment;
+    builder->line_end = line_end;
+    builder->has_fill = fill != NULL;
+    if (fill)
+        buffer_append(&builder->scratch, fill, (uint32_t)strlen(fill) + 1);
+    builder->rc = builder->scratch.rc;
+    builder->waiting = builder->rc == ENGINE_OK;
+}
+
+/* Reserves a run of length bytes on the waiting line; returns where its bytes go, or NULL (rc set). */
+static uint8_t *reserve_run(LineBuilder *builder, uint32_t length, TextStyle style)
+{
+    if (builder->run_count == LINE_BUILDER_RUNS) {
+        builder->rc = ENGINE_ERROR_RENDER;
+        return NULL;
+    }
+    static uint8_t nothing; /* where the bytes of an empty run go */
+    uint8_t *at = length > 0 ? buffer_reserve(&builder->scratch, length) : &nothing;
+    if (!at) {
+        builder->rc = builder->scratch.rc;
+        return NULL;
+    }
+    builder->runs[builder->run_count].offset = builder->scratch.length;
+    builder->runs[builder->run_count].length = length;
+    builder->runs[builder->run_count].style = style;
+    builder->run_count++;
+    builder->scratch.length += length;
+    return at;
+}
+
+static void append_run(LineBuilder *builder, uint32_t length, const void *bytes, TextStyle style)
+{
+    if (!bytes)
+        length = 0;
+    uint8_t *at = reserve_run(builder, length, style);
+    if (at && length > 0)
+        memcpy(at, bytes, length);
+}
+
+void stream_lines(LineBuilder *builder, ByteBuffer *sink, uint32_t width)
+{
+    builder->sink = sink;
+    builder->width = width;
+}
+
 void add_line(LineBuilder *builder, const char *text, TextStyle style, Alignment alignment, const char *fill,
               int32_t line_end)
 {
     if (builder->rc != ENGINE_OK)
         return;
+    if (builder->sink) {
+        start_line(builder, alignment, fill, line_end);
+        if (builder->rc == ENGINE_OK && text)
+            append_run(builder, (uint32_t)strlen(text), text, style);
+        return;
+    }
     PrintLine *line = new_print_line(text, style, alignment, fill, line_end);
     if (!line) {
         builder->rc = ENGINE_ERROR_NO_MEMORY;
@@ -562,6 +673,45 @@ void add_line(LineBuilder *builder, const char *text, TextStyle style, Alignment
     else
         builder->last->next = line;
     builder->last = line;
+}
+
+void add_line_parts(LineBuilder *builder, TextStyle style, Alignment alignment, const char *fill, int32_t line_end,
+                    const TextPart *parts, uint32_t count)
+{
+    if (builder->rc != ENGINE_OK)
+        return;
+    uint64_t total = 0;
+    for (uint32_t i = 0; i < count; i++)
+        total += parts[i].spaces + (uint64_t)strlen(parts[i].text);
+    if (total > UINT32_MAX - 1) {
+        builder->rc = ENGINE_ERROR_NO_MEMORY;
+        return;
+    }
+    char *text = NULL;
+    uint8_t *at = NULL;
+    if (builder->sink) {
+        start_line(builder, alignment, fill, line_end);
+        if (builder->rc == ENGINE_OK)
+            at = reserve_run(builder, (uint32_t)total, style);
+    } else {
+        text = ENGINE_ALLOC((size_t)total + 1);
+        at = (uint8_t *)text;
+        if (!text)
+            builder->rc = ENGINE_ERROR_NO_MEMORY;
+    }
+    if (!at)
+        return;
+    for (uint32_t i = 0; i < count; i++) {
+        memset(at, ' ', parts[i].spaces);
+        at += parts[i].spaces;
+        size_t length = strlen(parts[i].text);
+        memcpy(at, parts[i].text, length);
+        at += length;
+    }
+    if (text) {
+        *at = '\0';
+        add_line_owned(builder, text, style, alignment, fill, line_end);
+    }
 }
 
 void add_line_owned(LineBuilder *builder, char *text, TextStyle style, Alignment alignment, const char *fill,
@@ -603,7 +753,14 @@ void add_line_printf(LineBuilder *builder, TextStyle style, Alignment alignment,
 
 void add_run(LineBuilder *builder, uint32_t length, const void *bytes, TextStyle style)
 {
-    if (builder->rc != ENGINE_OK || !builder->lines)
+    if (builder->rc != ENGINE_OK)
+        return;
+    if (builder->sink) {
+        if (builder->waiting)
+            append_run(builder, length, bytes, style);
+        return;
+    }
+    if (!builder->lines)
         return;
     builder->rc = append_segment(&builder->last->segments, length, bytes, style);
 }

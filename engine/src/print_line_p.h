@@ -60,6 +60,9 @@ typedef struct ByteBuffer {
     EngineError rc;    /* 0, or the first failure: ENGINE_ERROR_NO_MEMORY */
 } ByteBuffer;
 
+/* What the layouts reserve for a receipt before its first line: an everyday receipt fits. */
+#define RECEIPT_FIRST_RESERVE 8192u
+
 /* Room for at least extra more bytes; returns the write position or NULL (rc set). */
 uint8_t *buffer_reserve(ByteBuffer *buffer, uint32_t extra);
 
@@ -166,16 +169,55 @@ EngineError repeat_chunks(uint8_t **buffer, uint32_t *length, const OutputChunk 
 /* Moves *line to the last line of its chain. */
 void last_line(PrintLine **line);
 
-/* A chain of lines under construction. The first failure sticks in rc; later additions then do nothing. */
+/* Most runs a streamed line holds (the layouts use at most three). */
+#define LINE_BUILDER_RUNS 8
+
+/*
+ * Lines under construction. The first failure sticks in rc; later additions then do nothing.
+ *
+ * Without a sink the lines form a chain (lines, last) for the caller to render. With a sink (see
+ * stream_lines) each line waits in the builder only until the next one starts, and is then rendered
+ * straight into the sink: its text lives in the builder's scratch buffer, so a line costs no allocation.
+ */
 typedef struct LineBuilder {
-    PrintLine *lines; /* the chain built so far */
+    PrintLine *lines; /* the chain built so far (no sink) */
     EngineError rc;   /* 0, or the first failure */
     PrintLine *last;  /* the last line of the chain (NULL with lines), so adding is O(1) */
+
+    ByteBuffer *sink;   /* where streamed lines go, or NULL */
+    uint32_t width;     /* paper columns of the sink */
+    ByteBuffer scratch; /* the waiting line's fill (NUL-terminated) and runs */
+    int waiting;        /* 1 while a line waits */
+    Alignment alignment;
+    int32_t line_end;
+    int has_fill;       /* the fill is at the start of scratch */
+    uint32_t run_count;
+    struct {
+        uint32_t offset; /* in scratch */
+        uint32_t length;
+        TextStyle style;
+    } runs[LINE_BUILDER_RUNS];
 } LineBuilder;
 
-/* Appends every line of the chain to buffer (render_line_into), frees the chain and empties the builder;
-   a failure of the builder or the buffer sticks in builder->rc. */
+/* Starts streaming the lines of builder (a zeroed LineBuilder) into sink, on paper of width columns. */
+void stream_lines(LineBuilder *builder, ByteBuffer *sink, uint32_t width);
+
+/* Renders what is built so far into buffer (the chain, or the waiting line of a stream), frees it and
+   empties the builder; a failure of the builder or the buffer sticks in builder->rc. */
 void flush_lines(LineBuilder *builder, ByteBuffer *buffer, uint32_t width);
+
+/* Flushes a stream and releases what the builder holds; its rc stays. */
+void end_lines(LineBuilder *builder);
+
+/* One part of a line's text for add_line_parts: spaces spaces, then the NUL-terminated text. */
+typedef struct TextPart {
+    uint32_t spaces;
+    const char *text;
+} TextPart;
+
+/* As add_line with the concatenation of the parts as its text. */
+void add_line_parts(LineBuilder *builder, TextStyle style, Alignment alignment, const char *fill, int32_t line_end,
+                    const TextPart *parts, uint32_t count);
 
 /* Appends new_print_line(text, ...) to the chain. */
 void add_line(LineBuilder *builder, const char *text, TextStyle style, Alignment alignment, const char *fill,

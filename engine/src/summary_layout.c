@@ -52,8 +52,7 @@ static void add_time_line(LineBuilder *lines, const char *label, int64_t seconds
     add_text_line(lines, text);
 }
 
-static void add_table(LineBuilder *lines, ByteBuffer *output, const SummaryOrder *orders, const uint32_t *widths,
-                      uint32_t width)
+static void add_table(LineBuilder *lines, const SummaryOrder *orders, const uint32_t *widths)
 {
     char row[ROW_SIZE];
     size_t at = 0;
@@ -81,8 +80,6 @@ static void add_table(LineBuilder *lines, ByteBuffer *output, const SummaryOrder
         put_cell(row, &at, receipt, widths[2]);
         put_cell(row, &at, time, widths[3]);
         add_text_line(lines, row);
-        /* Rendered as it goes: the lines of a long day never pile up. */
-        flush_lines(lines, output, width);
     }
     add_separator(lines);
 }
@@ -131,19 +128,23 @@ EngineError layout_summary(const SummaryDocument *document, uint8_t **out, uint3
         return ENGINE_OK;
     }
 
-    /* The lines go into one buffer as they are made (see layout_order). */
+    /* The lines go into one buffer as they are made (see layout_order): a long day never piles up. */
     ByteBuffer receipt = {.limit = ENGINE_OUTPUT_LIMIT};
-    LineBuilder lines = {NULL, ENGINE_OK, NULL};
+    LineBuilder lines = {.rc = ENGINE_OK};
+    stream_lines(&lines, &receipt, (uint32_t)width);
+    /* Room for an everyday receipt at once: growing through the small sizes costs more than it saves. */
+    buffer_reserve(&receipt, RECEIPT_FIRST_RESERVE);
     add_line(&lines, document->restaurant->name, SUMMARY_STYLE, ALIGNMENT_LEFT, " ", LINE_END_FEED);
     add_text_line(&lines, "有效订单汇总");
     add_time_line(&lines, "开始时间：", summary->beginTime);
     add_time_line(&lines, "截止时间：", summary->endTime);
-    add_table(&lines, &receipt, summary->orders, width == 32 ? columns_58mm : columns_80mm, (uint32_t)width);
+    add_table(&lines, summary->orders, width == 32 ? columns_58mm : columns_80mm);
     add_totals(&lines, summary->digest);
     add_separator(&lines);
     add_text_line(&lines, "(!)为在线支付订单");
     add_text_line(&lines, "减免含Zhevo补贴及商家自担两部分");
     flush_lines(&lines, &receipt, (uint32_t)width);
+    end_lines(&lines);
     if (lines.rc == ENGINE_OK && document->printSettings->feed_lines > 0) {
         buffer_append_repeat(&receipt, 0x0A, (uint32_t)document->printSettings->feed_lines);
         lines.rc = receipt.rc;

@@ -289,13 +289,50 @@ bool is_valid_style(const char *style)
     return style && (strcmp(style, "normal") == 0 || strcmp(style, "small") == 0);
 }
 
+/* Writes the decimal digits of n (at least min_digits of them) ending just before end; returns the start. */
+static char *write_digits(char *end, uint64_t n, int min_digits)
+{
+    int written = 0;
+    do {
+        *--end = (char)('0' + n % 10);
+        n /= 10;
+        written++;
+    } while (n > 0 || written < min_digits);
+    return end;
+}
+
 void format_money(char *out, int force, float value)
 {
     float fraction = value - truncf(value);
-    const char *format = "%.2f";
+    int cents = 1;
     if (!force && fraction >= -0.0001 && fraction <= 0.0001)
-        format = "%.0f";
-    snprintf(out, ENGINE_MONEY_TEXT_SIZE, format, (double)value);
+        cents = 0;
+    double number = (double)value;
+    if (!(fabs(number) < 1e13)) {
+        snprintf(out, ENGINE_MONEY_TEXT_SIZE, cents ? "%.2f" : "%.0f", number);
+        return;
+    }
+    /* What printf writes, without printf: a float times 100 is exact in a double (its 24-bit mantissa
+       times 100 needs 31 bits), so rounding it to an integer in the current mode (to nearest, ties to
+       even) rounds the exact value as printf does; the sign is the value's own, as printf keeps it for a
+       negative value that rounds to zero. */
+    double scaled = nearbyint(cents ? fabs(number) * 100.0 : fabs(number));
+    uint64_t n = (uint64_t)scaled;
+    char digits[32];
+    char *end = digits + sizeof digits;
+    char *start;
+    if (cents) {
+        start = write_digits(end, n % 100, 2);
+        *--start = '.';
+        start = write_digits(start, n / 100, 1);
+    } else {
+        start = write_digits(end, n, 1);
+    }
+    if (signbit(number))
+        *--start = '-';
+    size_t length = (size_t)(end - start);
+    memcpy(out, start, length);
+    out[length] = '\0';
 }
 
 struct tm local_time(int64_t t)
