@@ -60,7 +60,7 @@ typedef struct Accounting {
 
 /* An item; additions use the same record, to any depth. */
 typedef struct OrderItem {
-    char *name;                /* "name" */
+    char *name;                /* "name": the last string one, in the item's own block (see read_item) */
     float price;               /* "price": unit price */
     int32_t quantity;          /* "quantity" */
     int32_t displayQuantity;   /* type tag of "displayQuantity"; 1 when the key is absent */
