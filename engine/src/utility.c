@@ -37,8 +37,13 @@ static pthread_mutex_t registry_lock = PTHREAD_MUTEX_INITIALIZER;
 static AllocRecord *registry_head;
 static AllocRecord *registry_tail;
 
-/* Address table: linear probing, at most half full, NULL for a free slot; capacity is a power of two. */
-static AllocRecord **registry_slots;
+/* Address table: linear probing, at most half full; a slot holds a block's address beside its record (so a
+   probe reads no record), NULL for a free one; the capacity is a power of two. */
+typedef struct RegistrySlot {
+    const void *pointer;
+    AllocRecord *record;
+} RegistrySlot;
+static RegistrySlot *registry_slots;
 static size_t registry_capacity;
 static size_t registry_used;
 
@@ -55,20 +60,21 @@ static void *raw_alloc(size_t size)
     return fn(size);
 }
 
+/* Fibonacci hashing: the top bits of the address times 2^64 / phi (blocks are 16-byte aligned, so the
+   address's own low bits say nothing). */
 static size_t slot_of(const void *block, size_t capacity)
 {
-    uint64_t key = (uint64_t)(uintptr_t)block;
-    key ^= key >> 29;
+    uint64_t key = (uint64_t)(uintptr_t)block >> 4;
     key *= 0x9E3779B97F4A7C15ull;
-    return (size_t)(key >> 32) & (capacity - 1);
+    return (size_t)(key >> (64 - __builtin_ctzll((unsigned long long)capacity)));
 }
 
-static void table_put(AllocRecord **slots, size_t capacity, AllocRecord *record)
+static void table_put(RegistrySlot *slots, size_t capacity, AllocRecord *record)
 {
     size_t i = slot_of(record->pointer, capacity);
-    while (slots[i])
+    while (slots[i].pointer)
         i = (i + 1) & (capacity - 1);
-    slots[i] = record;
+    slots[i] = (RegistrySlot){record->pointer, record};
 }
 
 /* Makes room for one more record; 0 when the larger table cannot be had. Called with the lock held. */
@@ -77,13 +83,13 @@ static int table_reserve(void)
     if ((registry_used + 1) * 2 <= registry_capacity)
         return 1;
     size_t capacity = registry_capacity ? registry_capacity * 2 : 256;
-    AllocRecord **slots = raw_alloc(capacity * sizeof *slots);
+    RegistrySlot *slots = raw_alloc(capacity * sizeof *slots);
     if (!slots)
         return 0;
     memset(slots, 0, capacity * sizeof *slots);
     for (size_t i = 0; i < registry_capacity; i++)
-        if (registry_slots[i])
-            table_put(slots, capacity, registry_slots[i]);
+        if (registry_slots[i].pointer)
+            table_put(slots, capacity, registry_slots[i].record);
     free(registry_slots);
     registry_slots = slots;
     registry_capacity = capacity;
@@ -96,8 +102,8 @@ static size_t table_find(const void *block)
     if (!registry_capacity)
         return 0;
     size_t i = slot_of(block, registry_capacity);
-    while (registry_slots[i]) {
-        if (registry_slots[i]->pointer == block)
+    while (registry_slots[i].pointer) {
+        if (registry_slots[i].pointer == block)
             return i;
         i = (i + 1) & (registry_capacity - 1);
     }
@@ -108,15 +114,15 @@ static size_t table_find(const void *block)
 static void table_remove_at(size_t i)
 {
     size_t mask = registry_capacity - 1;
-    registry_slots[i] = NULL;
+    registry_slots[i] = (RegistrySlot){NULL, NULL};
     registry_used--;
-    for (size_t j = (i + 1) & mask; registry_slots[j]; j = (j + 1) & mask) {
-        size_t home = slot_of(registry_slots[j]->pointer, registry_capacity);
+    for (size_t j = (i + 1) & mask; registry_slots[j].pointer; j = (j + 1) & mask) {
+        size_t home = slot_of(registry_slots[j].pointer, registry_capacity);
         /* The record at j may move to the hole at i unless its home lies cyclically in (i, j]. */
         bool stays = (i <= j) ? (home > i && home <= j) : (home > i || home <= j);
         if (!stays) {
             registry_slots[i] = registry_slots[j];
-            registry_slots[j] = NULL;
+            registry_slots[j] = (RegistrySlot){NULL, NULL};
             i = j;
         }
     }
@@ -169,7 +175,7 @@ void engine_untrack(const void *block)
     pthread_mutex_lock(&registry_lock);
     size_t i = table_find(block);
     if (i < registry_capacity) {
-        AllocRecord *record = registry_slots[i];
+        AllocRecord *record = registry_slots[i].record;
         if (record == registry_head) {
             /* The trace restarts from an empty registry. The records dropped live inside their blocks, which
                stay untouched and their owners' to free. Each record is dropped once, so this costs no more
@@ -214,7 +220,7 @@ int engine_registry_find(const void *block, char *file, size_t file_size, uint32
     pthread_mutex_lock(&registry_lock);
     size_t i = block ? table_find(block) : registry_capacity;
     if (i < registry_capacity) {
-        const AllocRecord *record = registry_slots[i];
+        const AllocRecord *record = registry_slots[i].record;
         if (file && file_size > 0)
             snprintf(file, file_size, "%s", record->file);
         if (line)
