@@ -229,6 +229,16 @@ static void add_body_lines(LineBuilder *lines, const OrderDocument *document, co
 
 EngineError layout_order(const OrderDocument *document, uint8_t **out, uint32_t *out_length)
 {
+    return layout_order_into(document, NULL, out, out_length);
+}
+
+EngineError layout_order_into(const OrderDocument *document, ByteBuffer *reserved, uint8_t **out,
+                              uint32_t *out_length)
+{
+    if (reserved && (!out || !out_length || !order_document_is_complete(document) ||
+                     paper_width_chars(document->printSettings->width) < 0 ||
+                     document->printSettings->number_of_copies <= 0))
+        buffer_release(reserved); /* no receipt to write: the checks below say why */
     if (!out || !out_length)
         return ENGINE_ERROR_INVALID_INPUT;
     *out = NULL;
@@ -247,11 +257,9 @@ EngineError layout_order(const OrderDocument *document, uint8_t **out, uint32_t 
 
     /* One buffer for the whole copy: every line is rendered into it as soon as the next one starts. A copy
        longer than the output limit can never be printed, so the buffer stops there. */
-    ByteBuffer receipt = {.limit = ENGINE_OUTPUT_LIMIT};
+    ByteBuffer receipt = receipt_buffer(reserved);
     LineBuilder lines = {.rc = ENGINE_OK};
     stream_lines(&lines, &receipt, (uint32_t)width);
-    /* Room for an everyday receipt at once: growing through the small sizes costs more than it saves. */
-    buffer_reserve(&receipt, RECEIPT_FIRST_RESERVE);
     add_title_line(&lines, document, "Zhevo订单", &styles);
     flush_lines(&lines, &receipt, (uint32_t)width);
     add_body_lines(&lines, document, &styles, (uint32_t)width);

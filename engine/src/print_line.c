@@ -254,6 +254,29 @@ uint8_t *buffer_reserve(ByteBuffer *buffer, uint32_t extra)
     return buffer->data + buffer->length;
 }
 
+void reserve_receipt(ByteBuffer *receipt)
+{
+    if (receipt && receipt->capacity < RECEIPT_FIRST_RESERVE)
+        buffer_reserve(receipt, RECEIPT_FIRST_RESERVE);
+}
+
+/* Takes over a buffer that reserve_receipt filled (a failed one is dropped) for a receipt of one layout. */
+ByteBuffer receipt_buffer(ByteBuffer *reserved)
+{
+    ByteBuffer receipt = {0};
+    if (reserved) {
+        receipt = *reserved;
+        *reserved = (ByteBuffer){0};
+    }
+    if (receipt.rc != ENGINE_OK)
+        buffer_release(&receipt);
+    receipt.rc = ENGINE_OK;
+    receipt.limit = ENGINE_OUTPUT_LIMIT;
+    if (receipt.capacity < RECEIPT_FIRST_RESERVE)
+        buffer_reserve(&receipt, RECEIPT_FIRST_RESERVE);
+    return receipt;
+}
+
 void buffer_append(ByteBuffer *buffer, const void *bytes, uint32_t count)
 {
     if (count == 0)

@@ -63,6 +63,21 @@ typedef struct ByteBuffer {
 /* What the layouts reserve for a receipt before its first line: an everyday receipt fits. */
 #define RECEIPT_FIRST_RESERVE 8192u
 
+/*
+ * Reserves RECEIPT_FIRST_RESERVE bytes in receipt (when receipt is not NULL). The parsers call it just
+ * before they free their JSON trees, so that the receipt's one large block is taken while the allocator
+ * still holds few freed small blocks (a large request first merges every freed small block). A failure is
+ * only noted in receipt->rc: the layouts then ask again.
+ */
+void reserve_receipt(ByteBuffer *receipt);
+
+/*
+ * The buffer a layout writes one copy of its receipt into: reserved (taken over from *reserved, which is
+ * left empty; NULL for none) or new, with room for an everyday receipt and the output limit set. A failure
+ * sticks in its rc.
+ */
+ByteBuffer receipt_buffer(ByteBuffer *reserved);
+
 /* Room for at least extra more bytes; returns the write position or NULL (rc set). */
 uint8_t *buffer_reserve(ByteBuffer *buffer, uint32_t extra);
 

@@ -112,6 +112,16 @@ static void add_totals(LineBuilder *lines, const SummaryDigest *digest)
 
 EngineError layout_summary(const SummaryDocument *document, uint8_t **out, uint32_t *out_length)
 {
+    return layout_summary_into(document, NULL, out, out_length);
+}
+
+EngineError layout_summary_into(const SummaryDocument *document, ByteBuffer *reserved, uint8_t **out,
+                                uint32_t *out_length)
+{
+    if (reserved && (!out || !out_length || !summary_document_is_complete(document) ||
+                     paper_width_chars(document->printSettings->width) < 0 ||
+                     document->printSettings->number_of_copies <= 0))
+        buffer_release(reserved); /* no receipt to write: the checks below say why */
     if (!out || !out_length)
         return ENGINE_ERROR_INVALID_INPUT;
     *out = NULL;
@@ -129,11 +139,9 @@ EngineError layout_summary(const SummaryDocument *document, uint8_t **out, uint3
     }
 
     /* The lines go into one buffer as they are made (see layout_order): a long day never piles up. */
-    ByteBuffer receipt = {.limit = ENGINE_OUTPUT_LIMIT};
+    ByteBuffer receipt = receipt_buffer(reserved);
     LineBuilder lines = {.rc = ENGINE_OK};
     stream_lines(&lines, &receipt, (uint32_t)width);
-    /* Room for an everyday receipt at once: growing through the small sizes costs more than it saves. */
-    buffer_reserve(&receipt, RECEIPT_FIRST_RESERVE);
     add_line(&lines, document->restaurant->name, SUMMARY_STYLE, ALIGNMENT_LEFT, " ", LINE_END_FEED);
     add_text_line(&lines, "有效订单汇总");
     add_time_line(&lines, "开始时间：", summary->beginTime);
