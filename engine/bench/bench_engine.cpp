@@ -1,10 +1,17 @@
 // Speed of the engine's entry functions on large everyday jobs: a 20-item online order and a 30-order
 // summary, both on 80 mm paper with two copies. Reports receipts per second and bytes per receipt.
+// Beside them, in the same run: the 20-item order at 80 mm with one copy against the cost of parsing and
+// freeing its three JSON texts with cJSON alone (the floor of any receipt), and the growth of the order and
+// of the summary from 100 to 100,000 items, with the time per item and the peak memory of the process.
 
 #include "receipt_engine/receipt_engine.h"
 
 #include <benchmark/benchmark.h>
+#include <cjson/cJSON.h>
 
+#include <sys/resource.h>
+
+#include <chrono>
 #include <cstdlib>
 #include <string>
 
@@ -81,5 +88,80 @@ void Summary30Orders80mm2Copies(benchmark::State& state)
     formatLoop(state, format_summary, summary(30), R"({"number_of_copies":2,"width":"80mm"})");
 }
 BENCHMARK(Summary30Orders80mm2Copies);
+
+const char kOneCopy80mm[] =
+    R"({"number_of_copies":1,"isPrintBarcodeEnabled":true,"lines_between_copies":"middle","style":"normal","width":"80mm"})";
+
+// The receipt the issue measured: 20 items, 80 mm, one copy.
+void OnlineOrder20Items80mm1Copy(benchmark::State& state)
+{
+    setenv("TZ", "Asia/Shanghai", 1);
+    formatLoop(state, format_online_order, onlineOrder(20), kOneCopy80mm);
+}
+BENCHMARK(OnlineOrder20Items80mm1Copy);
+
+// The same three texts parsed and freed by cJSON alone: what any receipt of them costs at least.
+void CJsonParseAlone20Items(benchmark::State& state)
+{
+    const std::string order = onlineOrder(20);
+    const char* texts[] = {kRestaurant, order.c_str(), kOneCopy80mm};
+    for (auto _ : state) {
+        for (const char* text : texts) {
+            cJSON* tree = cJSON_Parse(text);
+            benchmark::DoNotOptimize(tree);
+            cJSON_Delete(tree);
+        }
+    }
+    state.counters["parses_per_second"] = benchmark::Counter(double(state.iterations()), benchmark::Counter::kIsRate);
+}
+BENCHMARK(CJsonParseAlone20Items);
+
+// Peak resident memory of the process so far, in MiB (Linux reports ru_maxrss in KiB). It never goes down:
+// for each row's own peak run the row alone (--benchmark_filter='OrderGrowth/10000$').
+double peakMiB()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return double(usage.ru_maxrss) / 1024.0;
+}
+
+void growthLoop(benchmark::State& state, Entry entry, const std::string& input, const char* settings)
+{
+    const auto items = state.range(0);
+    uint32_t bytes = 0;
+    std::chrono::steady_clock::duration spent{};
+    for (auto _ : state) {
+        uint8_t* out = nullptr;
+        uint32_t length = 0;
+        auto start = std::chrono::steady_clock::now();
+        EngineError rc = entry(&out, &length, kRestaurant, input.c_str(), settings);
+        spent += std::chrono::steady_clock::now() - start;
+        if (rc != ENGINE_OK) {
+            state.SkipWithError(engine_error_text(rc));
+            break;
+        }
+        bytes = length;
+        engine_free(&out);
+    }
+    state.counters["ns_per_item"] = double(std::chrono::duration_cast<std::chrono::nanoseconds>(spent).count()) /
+                                    (double(state.iterations()) * double(items));
+    state.counters["input_MiB"] = double(input.size()) / (1 << 20);
+    state.counters["output_MiB"] = double(bytes) / (1 << 20);
+    state.counters["peak_MiB"] = peakMiB();
+}
+
+void OrderGrowth(benchmark::State& state)
+{
+    setenv("TZ", "Asia/Shanghai", 1);
+    growthLoop(state, format_online_order, onlineOrder(int(state.range(0))), kOneCopy80mm);
+}
+BENCHMARK(OrderGrowth)->Arg(100)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+
+void SummaryGrowth(benchmark::State& state)
+{
+    setenv("TZ", "Asia/Shanghai", 1);
+    growthLoop(state, format_summary, summary(int(state.range(0))), R"({"number_of_copies":1,"width":"80mm"})");
+}
+BENCHMARK(SummaryGrowth)->Arg(100)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 
 }  // namespace

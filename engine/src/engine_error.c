@@ -9,6 +9,7 @@ const char *engine_error_text(EngineError code)
     case ENGINE_ERROR_INVALID_INPUT: return "missing input or incomplete document";
     case ENGINE_ERROR_ORDER_OBJECT: return "no order object";
     case ENGINE_ERROR_NO_MEMORY: return "out of memory or receipt too large";
+    case ENGINE_ERROR_INPUT_TOO_LARGE: return "input text longer than the 32 MiB limit";
     case ENGINE_ERROR_RESTAURANT_JSON: return "restaurant JSON does not parse";
     case ENGINE_ERROR_ORDER_JSON: return "order JSON does not parse";
     case ENGINE_ERROR_SETTINGS_JSON: return "print-settings JSON does not parse";

@@ -3,12 +3,13 @@
 
 #include "order_layout_p.h"
 #include "order_parser_p.h"
+#include "print_line_p.h"
 #include "summary_layout_p.h"
 #include "summary_parser_p.h"
 #include "utility_p.h"
 
 typedef EngineError (*OrderParser)(OrderDocument **document, const char *restaurant_json,
-                                   const char *order_json, const char *settings_json);
+                                   const char *order_json, const char *settings_json, ByteBuffer *receipt);
 
 /* Hands the result over on success; on failure frees any partial output and clears *out. */
 static EngineError deliver(EngineError rc, uint8_t *bytes, uint32_t length, uint8_t **out, uint32_t *out_length)
@@ -31,11 +32,14 @@ static EngineError format_order(OrderParser parse, uint8_t **out, uint32_t *out_
     OrderDocument *document = NULL;
     uint8_t *bytes = NULL;
     uint32_t length = 0;
-    EngineError rc = parse(&document, restaurant_json, order_json, settings_json);
+    /* The parser reserves the receipt's room before it frees its JSON trees (see reserve_receipt). */
+    ByteBuffer receipt = {0};
+    EngineError rc = parse(&document, restaurant_json, order_json, settings_json, &receipt);
     if (rc == ENGINE_OK && !order_document_is_complete(document))
         rc = ENGINE_ERROR_INVALID_INPUT;
     if (rc == ENGINE_OK)
-        rc = layout_order(document, &bytes, &length);
+        rc = layout_order_into(document, &receipt, &bytes, &length);
+    buffer_release(&receipt);
     destroy_order_document(&document);
     return deliver(rc, bytes, length, out, out_length);
 }
@@ -43,13 +47,13 @@ static EngineError format_order(OrderParser parse, uint8_t **out, uint32_t *out_
 EngineError format_online_order(uint8_t **out, uint32_t *out_length, const char *restaurant_json,
                                 const char *order_json, const char *settings_json)
 {
-    return format_order(parse_online_order, out, out_length, restaurant_json, order_json, settings_json);
+    return format_order(parse_online_order_into, out, out_length, restaurant_json, order_json, settings_json);
 }
 
 EngineError format_local_order(uint8_t **out, uint32_t *out_length, const char *restaurant_json,
                                const char *order_json, const char *settings_json)
 {
-    return format_order(parse_local_order, out, out_length, restaurant_json, order_json, settings_json);
+    return format_order(parse_local_order_into, out, out_length, restaurant_json, order_json, settings_json);
 }
 
 EngineError format_summary(uint8_t **out, uint32_t *out_length, const char *restaurant_json,
@@ -60,11 +64,13 @@ EngineError format_summary(uint8_t **out, uint32_t *out_length, const char *rest
     SummaryDocument *document = NULL;
     uint8_t *bytes = NULL;
     uint32_t length = 0;
-    EngineError rc = parse_summary(&document, restaurant_json, summary_json, settings_json);
+    ByteBuffer receipt = {0};
+    EngineError rc = parse_summary_into(&document, restaurant_json, summary_json, settings_json, &receipt);
     if (rc == ENGINE_OK && !summary_document_is_complete(document))
         rc = ENGINE_ERROR_INVALID_INPUT;
     if (rc == ENGINE_OK)
-        rc = layout_summary(document, &bytes, &length);
+        rc = layout_summary_into(document, &receipt, &bytes, &length);
+    buffer_release(&receipt);
     destroy_summary_document(&document);
     return deliver(rc, bytes, length, out, out_length);
 }

@@ -10,6 +10,11 @@ EngineError json_parse_texts(cJSON *trees[JOB_TEXTS], const char *const texts[JO
 {
     for (int i = 0; i < JOB_TEXTS; i++)
         trees[i] = NULL;
+    /* Sizes first, so that a text beyond the limit is refused before any work: reading stops one byte past
+       the limit whatever the length of the text. */
+    for (int i = 0; i < JOB_TEXTS; i++)
+        if (texts[i] && strnlen(texts[i], (size_t)ENGINE_INPUT_LIMIT + 1) > ENGINE_INPUT_LIMIT)
+            return ENGINE_ERROR_INPUT_TOO_LARGE;
     for (int i = 0; i < JOB_TEXTS; i++) {
         trees[i] = cJSON_Parse(texts[i]);
         if (!trees[i]) {

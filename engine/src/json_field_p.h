@@ -32,7 +32,8 @@ enum {
 enum { JOB_TEXTS = 3 };
 
 /*
- * Parses each text into trees[i]. On the first text that does not parse, frees the trees made before it,
+ * Parses each text into trees[i]. A text longer than ENGINE_INPUT_LIMIT bytes fails the whole job with
+ * ENGINE_ERROR_INPUT_TOO_LARGE before anything is parsed. On the first text that does not parse, frees the trees made before it,
  * leaves every tree NULL and returns that text's code from codes[]. Returns 0 otherwise.
  */
 EngineError json_parse_texts(cJSON *trees[JOB_TEXTS], const char *const texts[JOB_TEXTS],

@@ -54,15 +54,26 @@ EngineError read_item(OrderItem **item, const cJSON *object)
 {
     if (!item || !object)
         return ENGINE_ERROR_ITEM_SECTION;
-    OrderItem *record = ENGINE_ALLOC(sizeof *record);
+    /* The name is the last "name" member that is a string; it lives in the item's own block, right behind
+       the record (free_items knows), so an item is one allocation. */
+    const char *name = NULL;
+    for (const cJSON *member = object->child; member; member = member->next)
+        if (json_key_is(member, "name") && cJSON_IsString(member) && member->valuestring)
+            name = member->valuestring;
+    size_t name_size = name ? strlen(name) + 1 : 0;
+    OrderItem *record = ENGINE_ALLOC(sizeof *record + name_size);
     if (!record)
         return ENGINE_ERROR_NO_MEMORY;
+    if (name) {
+        record->name = (char *)(record + 1);
+        memcpy(record->name, name, name_size);
+    }
     /* Unlike every other flag, the quantity shows unless the order says otherwise. */
     record->displayQuantity = 1;
     EngineError rc = ENGINE_OK;
     for (const cJSON *member = object->child; member && rc == ENGINE_OK; member = member->next) {
         if (json_key_is(member, "name"))
-            rc = json_copy_string(&record->name, member);
+            continue;
         else if (json_key_is(member, "price"))
             record->price = json_money(member);
         else if (json_key_is(member, "quantity"))
@@ -178,7 +189,8 @@ void free_items(OrderItem **items)
     OrderItem *item = *items;
     while (item) {
         OrderItem *next = item->next;
-        ENGINE_FREE(item->name);
+        if (item->name != (char *)(item + 1))
+            ENGINE_FREE(item->name);
         free_items(&item->additions);
         ENGINE_FREE(item);
         item = next;

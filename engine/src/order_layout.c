@@ -55,9 +55,28 @@ static void add_blank_line(LineBuilder *lines, TextStyle style)
 static void add_title_line(LineBuilder *lines, const OrderDocument *document, const char *word,
                            const OrderStyleTable *styles)
 {
-    add_line_owned(lines, engine_sprintf("#%d", document->order->general->daySn), styles->slot[ORDER_SLOT_SERIAL],
-                   ALIGNMENT_CENTRE, "*", LINE_END_FEED);
+    add_line_printf(lines, styles->slot[ORDER_SLOT_SERIAL], ALIGNMENT_CENTRE, "*", LINE_END_FEED, "#%d",
+                    document->order->general->daySn);
     add_run(lines, (uint32_t)strlen(word), word, styles->slot[ORDER_SLOT_TITLE_WORD]);
+}
+
+/* Writes "x%d " of quantity, as snprintf does. */
+static void quantity_text(char out[16], int32_t quantity)
+{
+    char digits[12];
+    char *start = digits + sizeof digits;
+    uint32_t magnitude = quantity < 0 ? 0u - (uint32_t)quantity : (uint32_t)quantity;
+    do {
+        *--start = (char)('0' + magnitude % 10);
+        magnitude /= 10;
+    } while (magnitude > 0);
+    if (quantity < 0)
+        *--start = '-';
+    size_t length = (size_t)(digits + sizeof digits - start);
+    out[0] = 'x';
+    memcpy(out + 1, start, length);
+    out[length + 1] = ' ';
+    out[length + 2] = '\0';
 }
 
 /* Adds the lines of items (and, below each, its additions) in three columns: name, quantity, price. */
@@ -69,7 +88,7 @@ static void add_item_lines(LineBuilder *lines, const OrderItem *items, TextStyle
         const char *name = item->name ? item->name : "";
         char quantity[16] = " ";
         if (item->displayQuantity)
-            snprintf(quantity, sizeof quantity, "x%d ", item->quantity);
+            quantity_text(quantity, item->quantity);
         char price[ENGINE_MONEY_TEXT_SIZE];
         format_money(price, 0, (float)item->quantity * item->price);
 
@@ -80,15 +99,15 @@ static void add_item_lines(LineBuilder *lines, const OrderItem *items, TextStyle
         if (n + NAME_RESERVE < width) {
             uint32_t used = n + q + PRICE_COLUMNS;
             int spaces = used < width ? (int)(width - used) : 0;
-            add_line_owned(lines,
-                           engine_sprintf("%s%s%*s%s%*s%s", prefix, name, spaces, "", quantity, (int)gap, "", price),
-                           style, ALIGNMENT_LEFT, " ", LINE_END_FEED);
+            const TextPart parts[] = {{0, prefix}, {0, name}, {(uint32_t)spaces, quantity}, {gap, price}};
+            add_line_parts(lines, style, ALIGNMENT_LEFT, " ", LINE_END_FEED, parts, 4);
         } else {
             uint32_t used = q + PRICE_COLUMNS;
             int spaces = used < width ? (int)(width - used) : 0;
-            add_line_owned(lines, engine_sprintf("%s%s", prefix, name), style, ALIGNMENT_LEFT, " ", LINE_END_FEED);
-            add_line_owned(lines, engine_sprintf("%*s%s%*s%s", spaces, "", quantity, (int)gap, "", price), style,
-                           ALIGNMENT_LEFT, " ", LINE_END_FEED);
+            const TextPart name_parts[] = {{0, prefix}, {0, name}};
+            const TextPart price_parts[] = {{(uint32_t)spaces, quantity}, {gap, price}};
+            add_line_parts(lines, style, ALIGNMENT_LEFT, " ", LINE_END_FEED, name_parts, 2);
+            add_line_parts(lines, style, ALIGNMENT_LEFT, " ", LINE_END_FEED, price_parts, 2);
         }
         add_item_lines(lines, item->additions, style, width, true);
     }
@@ -144,11 +163,10 @@ static void add_customer_lines(LineBuilder *lines, const Order *order, const Ord
         return;
     if (text_is(kind, "dine")) {
         const char *table = consignee->tableNumber ? consignee->tableNumber : "";
-        add_line_owned(lines, engine_sprintf("桌号  %s", table), place, ALIGNMENT_LEFT, " ", LINE_END_FEED);
+        add_line_printf(lines, place, ALIGNMENT_LEFT, " ", LINE_END_FEED, "桌号  %s", table);
         /* Padded to the full width, so the count prints at the start of the next printed line. */
         add_line(lines, "人数  ", place, ALIGNMENT_LEFT, " ", LINE_END_NONE);
-        add_line_owned(lines, engine_sprintf("%d", consignee->peopleCount), place, ALIGNMENT_LEFT, " ",
-                       LINE_END_FEED);
+        add_line_printf(lines, place, ALIGNMENT_LEFT, " ", LINE_END_FEED, "%d", consignee->peopleCount);
         return;
     }
     add_line(lines, consignee->address, place, ALIGNMENT_LEFT, " ", LINE_END_FEED);
@@ -189,15 +207,13 @@ static void add_body_lines(LineBuilder *lines, const OrderDocument *document, co
              styles->slot[ORDER_SLOT_PAYMENT], ALIGNMENT_CENTRE, " ", LINE_END_FEED);
     if (general->isBooked) {
         struct tm booked = local_time(general->bookedTime);
-        add_line_owned(lines, engine_sprintf("预订%02d:%02d送达", booked.tm_hour, booked.tm_min),
-                       styles->slot[ORDER_SLOT_BOOKED], ALIGNMENT_CENTRE, " ", LINE_END_FEED);
+        add_line_printf(lines, styles->slot[ORDER_SLOT_BOOKED], ALIGNMENT_CENTRE, " ", LINE_END_FEED,
+                        "预订%02d:%02d送达", booked.tm_hour, booked.tm_min);
     }
     add_blank_line(lines, 0);
     struct tm created = local_time(general->createdTime);
-    add_line_owned(lines,
-                   engine_sprintf("[下单时间] %02d-%02d %02d:%02d", created.tm_mon, created.tm_mday,
-                                  created.tm_hour, created.tm_min),
-                   styles->slot[ORDER_SLOT_ORDER_TIME], ALIGNMENT_LEFT, " ", LINE_END_FEED);
+    add_line_printf(lines, styles->slot[ORDER_SLOT_ORDER_TIME], ALIGNMENT_LEFT, " ", LINE_END_FEED,
+                    "[下单时间] %02d-%02d %02d:%02d", created.tm_mon, created.tm_mday, created.tm_hour, created.tm_min);
     if (general->remark && general->remark[0] != '\0') {
         add_line(lines, "[备注] ", styles->slot[ORDER_SLOT_REMARK_LABEL], ALIGNMENT_LEFT, " ", LINE_END_FEED);
         add_run(lines, (uint32_t)strlen(general->remark), general->remark, styles->slot[ORDER_SLOT_REMARK]);
@@ -211,20 +227,18 @@ static void add_body_lines(LineBuilder *lines, const OrderDocument *document, co
         add_barcode_lines(lines, order->id);
 }
 
-/* Renders a built chain and appends the bytes as the next piece of the copy; frees the chain. */
-static void render_piece(LineBuilder *lines, OutputChunk **pieces, uint32_t width)
-{
-    uint8_t *bytes = NULL;
-    uint32_t length = 0;
-    if (lines->rc == ENGINE_OK)
-        lines->rc = render_lines(&bytes, &length, lines->lines, width);
-    if (lines->rc == ENGINE_OK)
-        lines->rc = append_chunk(pieces, bytes, length);
-    free_print_lines(&lines->lines);
-}
-
 EngineError layout_order(const OrderDocument *document, uint8_t **out, uint32_t *out_length)
 {
+    return layout_order_into(document, NULL, out, out_length);
+}
+
+EngineError layout_order_into(const OrderDocument *document, ByteBuffer *reserved, uint8_t **out,
+                              uint32_t *out_length)
+{
+    if (reserved && (!out || !out_length || !order_document_is_complete(document) ||
+                     paper_width_chars(document->printSettings->width) < 0 ||
+                     document->printSettings->number_of_copies <= 0))
+        buffer_release(reserved); /* no receipt to write: the checks below say why */
     if (!out || !out_length)
         return ENGINE_ERROR_INVALID_INPUT;
     *out = NULL;
@@ -234,32 +248,38 @@ EngineError layout_order(const OrderDocument *document, uint8_t **out, uint32_t 
     int32_t width = paper_width_chars(settings->width);
     if (width < 0)
         return ENGINE_ERROR_PAPER_WIDTH;
+    if (settings->number_of_copies <= 0) {
+        /* No copies: an empty receipt, whatever the order holds. */
+        *out_length = 0;
+        return ENGINE_OK;
+    }
     const OrderStyleTable styles = order_style_table(settings->style);
 
-    OutputChunk *pieces = NULL;
-    LineBuilder lines = {NULL, ENGINE_OK};
+    /* One buffer for the whole copy: every line is rendered into it as soon as the next one starts. A copy
+       longer than the output limit can never be printed, so the buffer stops there. */
+    ByteBuffer receipt = receipt_buffer(reserved);
+    LineBuilder lines = {.rc = ENGINE_OK};
+    stream_lines(&lines, &receipt, (uint32_t)width);
     add_title_line(&lines, document, "Zhevo订单", &styles);
-    render_piece(&lines, &pieces, (uint32_t)width);
+    flush_lines(&lines, &receipt, (uint32_t)width);
     add_body_lines(&lines, document, &styles, (uint32_t)width);
-    render_piece(&lines, &pieces, (uint32_t)width);
+    flush_lines(&lines, &receipt, (uint32_t)width);
     add_title_line(&lines, document, "完", &styles);
-    render_piece(&lines, &pieces, (uint32_t)width);
+    flush_lines(&lines, &receipt, (uint32_t)width);
     if (lines.rc == ENGINE_OK) {
-        uint8_t *feed = NULL;
-        uint32_t feed_length = 0;
-        lines.rc = feed_lines(&feed, &feed_length, copy_feed_lines(settings->lines_between_copies));
-        if (lines.rc == ENGINE_OK)
-            lines.rc = append_chunk(&pieces, feed, feed_length);
+        buffer_append_repeat(&receipt, 0x0A, (uint32_t)copy_feed_lines(settings->lines_between_copies));
+        lines.rc = receipt.rc;
     }
     /* A partial cut, rendered like any other line. */
     static const uint8_t partial_cut[] = {0x1D, 0x56, 0x31};
     add_line(&lines, NULL, 0, ALIGNMENT_LEFT, NULL, LINE_END_FEED);
     add_run(&lines, sizeof partial_cut, partial_cut, 1);
-    render_piece(&lines, &pieces, (uint32_t)width);
+    flush_lines(&lines, &receipt, (uint32_t)width);
+    end_lines(&lines);
 
-    EngineError rc = lines.rc;
-    if (rc == ENGINE_OK)
-        rc = repeat_chunks(out, out_length, pieces, settings->number_of_copies);
-    free_chunks(&pieces);
-    return rc;
+    if (lines.rc != ENGINE_OK) {
+        buffer_release(&receipt);
+        return lines.rc;
+    }
+    return buffer_repeat_take(&receipt, settings->number_of_copies, out, out_length);
 }

@@ -15,6 +15,8 @@
 extern "C" {
 #endif
 
+struct ByteBuffer;
+
 /* Slots of the order style table: the style of each part of the receipt. */
 enum {
     ORDER_SLOT_SERIAL = 0,         /* "#" and the day serial, title and end line */
@@ -52,6 +54,11 @@ int32_t copy_feed_lines(const char *lines_between_copies);
  * other than "58mm" and "80mm"; ENGINE_ERROR_NO_MEMORY. On a code *out is NULL.
  */
 EngineError layout_order(const OrderDocument *document, uint8_t **out, uint32_t *out_length);
+
+/* As layout_order, writing into the buffer that parsing reserved (see reserve_receipt; NULL for none),
+   which it takes over and leaves empty whatever the outcome. */
+EngineError layout_order_into(const OrderDocument *document, struct ByteBuffer *reserved, uint8_t **out,
+                              uint32_t *out_length);
 
 /*
  * The display form of a phone number as a new tracked string: mobile numbers as 138-1234-5678, fixed

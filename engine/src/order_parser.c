@@ -2,6 +2,7 @@
 #include "order_parser_p.h"
 
 #include "json_field_p.h"
+#include "print_line_p.h"
 #include "utility_p.h"
 
 #include <string.h>
@@ -254,7 +255,8 @@ EngineError read_local_order(Order **order, const cJSON *object)
 typedef EngineError (*OrderReader)(Order **order, const cJSON *object);
 
 static EngineError parse_order_texts(OrderDocument **document, const char *restaurant_json,
-                                     const char *order_json, const char *settings_json, OrderReader read_order)
+                                     const char *order_json, const char *settings_json, OrderReader read_order,
+                                     ByteBuffer *receipt)
 {
     if (!document || !restaurant_json || !order_json || !settings_json)
         return ENGINE_ERROR_INVALID_INPUT;
@@ -277,6 +279,8 @@ static EngineError parse_order_texts(OrderDocument **document, const char *resta
     if (rc == ENGINE_OK)
         rc = read_print_settings(&built->printSettings, trees[2]);
     *document = built;
+    if (rc == ENGINE_OK)
+        reserve_receipt(receipt);
     json_delete_texts(trees);
     return rc;
 }
@@ -284,13 +288,25 @@ static EngineError parse_order_texts(OrderDocument **document, const char *resta
 EngineError parse_online_order(OrderDocument **document, const char *restaurant_json, const char *order_json,
                                const char *settings_json)
 {
-    return parse_order_texts(document, restaurant_json, order_json, settings_json, read_online_order);
+    return parse_order_texts(document, restaurant_json, order_json, settings_json, read_online_order, NULL);
+}
+
+EngineError parse_online_order_into(OrderDocument **document, const char *restaurant_json, const char *order_json,
+                                    const char *settings_json, ByteBuffer *receipt)
+{
+    return parse_order_texts(document, restaurant_json, order_json, settings_json, read_online_order, receipt);
 }
 
 EngineError parse_local_order(OrderDocument **document, const char *restaurant_json, const char *order_json,
                               const char *settings_json)
 {
-    return parse_order_texts(document, restaurant_json, order_json, settings_json, read_local_order);
+    return parse_order_texts(document, restaurant_json, order_json, settings_json, read_local_order, NULL);
+}
+
+EngineError parse_local_order_into(OrderDocument **document, const char *restaurant_json, const char *order_json,
+                                   const char *settings_json, ByteBuffer *receipt)
+{
+    return parse_order_texts(document, restaurant_json, order_json, settings_json, read_local_order, receipt);
 }
 
 bool is_known_order_kind(const char *kind)

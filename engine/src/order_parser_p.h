@@ -24,6 +24,8 @@
 extern "C" {
 #endif
 
+struct ByteBuffer;
+
 typedef struct OrderGeneral {
     char *kind;           /* "waimai" online; a local order's "localOrderType" ("dine", "phone") */
     int32_t daySn;        /* "daySn": serial of the day */
@@ -60,7 +62,7 @@ typedef struct Accounting {
 
 /* An item; additions use the same record, to any depth. */
 typedef struct OrderItem {
-    char *name;                /* "name" */
+    char *name;                /* "name": the last string one, in the item's own block (see read_item) */
     float price;               /* "price": unit price */
     int32_t quantity;          /* "quantity" */
     int32_t displayQuantity;   /* type tag of "displayQuantity"; 1 when the key is absent */
@@ -112,6 +114,13 @@ EngineError parse_local_order(OrderDocument **document, const char *restaurant_j
                               const char *settings_json);
 
 /* The order object readers: ENGINE_ERROR_ORDER_OBJECT for NULL arguments. */
+/* As parse_online_order and parse_local_order, reserving room for the receipt (reserve_receipt) once the
+   document is read and before the JSON trees are freed. */
+EngineError parse_online_order_into(OrderDocument **document, const char *restaurant_json, const char *order_json,
+                                    const char *settings_json, struct ByteBuffer *receipt);
+EngineError parse_local_order_into(OrderDocument **document, const char *restaurant_json, const char *order_json,
+                                   const char *settings_json, struct ByteBuffer *receipt);
+
 EngineError read_online_order(Order **order, const cJSON *object);
 EngineError read_local_order(Order **order, const cJSON *object);
 

@@ -3,6 +3,8 @@
 
 #include "utility_p.h"
 
+#include <stdarg.h>
+#include <stdio.h>
 #include <string.h>
 
 #define ENGINE_UNIT "src/print_line.c"
@@ -20,6 +22,17 @@ uint32_t text_display_width(const uint8_t *bytes, uint32_t length, int double_wi
     uint32_t columns = 0;
     uint32_t i = 0;
     while (i < length) {
+        /* Runs of ASCII, eight bytes at a time: one column each. */
+        while (length - i >= 8) {
+            uint64_t word;
+            memcpy(&word, bytes + i, sizeof word);
+            if (word & 0x8080808080808080ull)
+                break;
+            columns += 8;
+            i += 8;
+        }
+        if (i >= length)
+            break;
         uint8_t lead = bytes[i];
         uint32_t step = 1;
         uint32_t width = 1;
@@ -52,17 +65,18 @@ EngineError append_segment(TextSegment **segments, uint32_t length, const uint8_
 {
     if (!segments)
         return ENGINE_ERROR_RENDER;
-    TextSegment *segment = ENGINE_ALLOC(sizeof *segment);
+    uint32_t stored = (bytes && length > 0) ? length : 0;
+    /* The run's bytes live in its own block, right behind it: one allocation and one copy per run. */
+    TextSegment *segment = ENGINE_ALLOC(sizeof *segment + (size_t)stored);
     if (!segment)
         return ENGINE_ERROR_NO_MEMORY;
     segment->style = style;
-    if (bytes && length > 0) {
-        if (!engine_memdup(&segment->text, length, bytes)) {
-            ENGINE_FREE(segment);
-            return ENGINE_ERROR_NO_MEMORY;
-        }
-        segment->length = length;
+    if (stored > 0) {
+        segment->text = (uint8_t *)(segment + 1);
+        memcpy(segment->text, bytes, stored);
+        segment->length = stored;
     }
+    /* A line holds a handful of runs: the walk to the end is short. */
     TextSegment **end = segments;
     while (*end)
         end = &(*end)->next;
@@ -73,13 +87,18 @@ EngineError append_segment(TextSegment **segments, uint32_t length, const uint8_
 PrintLine *new_print_line(const char *text, TextStyle style, Alignment alignment, const char *fill,
                           int32_t line_end)
 {
-    PrintLine *line = ENGINE_ALLOC(sizeof *line);
+    /* The fill pattern lives in the line's own block, right behind it. */
+    size_t fill_size = fill ? strlen(fill) + 1 : 0;
+    PrintLine *line = ENGINE_ALLOC(sizeof *line + fill_size);
     if (!line)
         return NULL;
     line->alignment = alignment;
     line->line_end = line_end;
-    if ((fill && !engine_strdup(&line->fill, fill)) ||
-        (text && append_segment(&line->segments, (uint32_t)strlen(text), (const uint8_t *)text, style) != 0)) {
+    if (fill) {
+        line->fill = (char *)(line + 1);
+        memcpy(line->fill, fill, fill_size);
+    }
+    if (text && append_segment(&line->segments, (uint32_t)strlen(text), (const uint8_t *)text, style) != 0) {
         free_print_lines(&line);
         return NULL;
     }
@@ -194,141 +213,275 @@ char *make_fill_line(const char *pattern, uint32_t count, int reverse)
     return line;
 }
 
-/* Copies count bytes of pattern fill to out (see make_fill_line). Nothing is written when there is no
-   fill; ENGINE_ERROR_NO_MEMORY only when a fill was due but could not be made. */
-static EngineError write_fill(uint8_t *out, const char *pattern, uint32_t count, int reverse, int *written)
+/* Moves the bytes to a block of exactly capacity bytes. 0 when memory is short (rc set). */
+static int buffer_grow(ByteBuffer *buffer, uint32_t capacity)
 {
-    *written = 0;
-    if (!pattern || pattern[0] == '\0' || count == 0)
-        return ENGINE_OK;
-    char *fill = make_fill_line(pattern, count, reverse);
-    if (!fill)
-        return ENGINE_ERROR_NO_MEMORY;
-    memcpy(out, fill, count);
-    ENGINE_FREE(fill);
-    *written = 1;
-    return ENGINE_OK;
+    uint8_t *grown = ENGINE_ALLOC(capacity);
+    if (!grown) {
+        buffer->rc = ENGINE_ERROR_NO_MEMORY;
+        return 0;
+    }
+    if (buffer->length > 0)
+        memcpy(grown, buffer->data, buffer->length);
+    engine_release(buffer->data);
+    buffer->data = grown;
+    buffer->capacity = capacity;
+    return 1;
 }
 
-/* Places the styled text in a new zero-filled buffer padded for the line's alignment (steps 2 to 4). */
-static EngineError pad_line(uint8_t **out, uint32_t *out_length, const uint8_t *styled, uint32_t styled_length,
-                            const PrintLine *line, uint32_t text_width, uint32_t width)
-{
-    const char *fill = line->fill;
-    uint32_t room = width > text_width ? width - text_width : 0;
-    uint32_t pad = 0;
-    if (line->alignment == ALIGNMENT_LEFT)
-        pad = room;
-    else if (fill)
-        pad = room;
-    uint32_t size = styled_length + pad;
-    *out = NULL;
-    *out_length = 0;
-    if (size == 0)
-        return ENGINE_OK;
-    uint8_t *bytes = ENGINE_ALLOC(size);
-    if (!bytes)
-        return ENGINE_ERROR_NO_MEMORY;
+static void render_waiting(LineBuilder *builder);
 
-    EngineError rc = ENGINE_OK;
-    int written = 0;
-    uint32_t text_at = 0;
-    if (line->alignment == ALIGNMENT_LEFT) {
-        memset(bytes + styled_length, ' ', pad);
-    } else if (line->alignment == ALIGNMENT_CENTRE && fill && pad >= 2) {
-        uint32_t left = pad / 2;
-        uint32_t right = pad - left;
-        text_at = left;
-        /* The space before the text belongs to the left fill: with no left fill it stays 00. */
-        rc = write_fill(bytes, fill, left - 1, 1, &written);
-        if (rc == ENGINE_OK && written)
-            bytes[left - 1] = ' ';
-        bytes[left + styled_length] = ' ';
-        if (rc == ENGINE_OK)
-            rc = write_fill(bytes + left + styled_length + 1, fill, right - 1, 0, &written);
-    } else if (line->alignment == ALIGNMENT_RIGHT) {
-        text_at = pad;
-        rc = write_fill(bytes, fill, pad, 1, &written);
+uint8_t *buffer_reserve(ByteBuffer *buffer, uint32_t extra)
+{
+    if (buffer->rc != ENGINE_OK)
+        return NULL;
+    uint32_t limit = buffer->limit ? buffer->limit : UINT32_MAX;
+    if (extra > limit - buffer->length) {
+        buffer->rc = ENGINE_ERROR_NO_MEMORY;
+        return NULL;
     }
-    if (rc != ENGINE_OK) {
-        ENGINE_FREE(bytes);
-        return rc;
+    uint32_t needed = buffer->length + extra;
+    if (needed > buffer->capacity) {
+        /* Small first (a line's text), then doubling. */
+        uint64_t capacity = buffer->capacity ? (uint64_t)buffer->capacity * 2 : 128;
+        while (capacity < needed)
+            capacity *= 2;
+        if (capacity > limit)
+            capacity = limit;
+        if (!buffer_grow(buffer, (uint32_t)capacity))
+            return NULL;
     }
-    if (styled_length > 0)
-        memcpy(bytes + text_at, styled, styled_length);
-    *out = bytes;
-    *out_length = size;
-    return ENGINE_OK;
+    return buffer->data + buffer->length;
 }
 
-static EngineError append_line_feed(uint8_t **buffer, uint32_t *length)
+void reserve_receipt(ByteBuffer *receipt)
 {
-    uint8_t control[CONTROL_BYTES_MAX];
-    uint32_t control_length = 0;
-    control_bytes(control, &control_length, CONTROL_LINE_FEED);
-    uint8_t *grown = ENGINE_ALLOC(*length + control_length);
-    if (!grown)
-        return ENGINE_ERROR_NO_MEMORY;
-    if (*length > 0)
-        memcpy(grown, *buffer, *length);
-    memcpy(grown + *length, control, control_length);
-    engine_release(*buffer);
-    *buffer = grown;
-    *length += control_length;
-    return ENGINE_OK;
+    if (receipt && receipt->capacity < RECEIPT_FIRST_RESERVE)
+        buffer_reserve(receipt, RECEIPT_FIRST_RESERVE);
+}
+
+/* Takes over a buffer that reserve_receipt filled (a failed one is dropped) for a receipt of one layout. */
+ByteBuffer receipt_buffer(ByteBuffer *reserved)
+{
+    ByteBuffer receipt = {0};
+    if (reserved) {
+        receipt = *reserved;
+        *reserved = (ByteBuffer){0};
+    }
+    if (receipt.rc != ENGINE_OK)
+        buffer_release(&receipt);
+    receipt.rc = ENGINE_OK;
+    receipt.limit = ENGINE_OUTPUT_LIMIT;
+    if (receipt.capacity < RECEIPT_FIRST_RESERVE)
+        buffer_reserve(&receipt, RECEIPT_FIRST_RESERVE);
+    return receipt;
+}
+
+void buffer_append(ByteBuffer *buffer, const void *bytes, uint32_t count)
+{
+    if (count == 0)
+        return;
+    uint8_t *at = buffer_reserve(buffer, count);
+    if (!at)
+        return;
+    memcpy(at, bytes, count);
+    buffer->length += count;
+}
+
+void buffer_append_byte(ByteBuffer *buffer, uint8_t byte)
+{
+    uint8_t *at = buffer_reserve(buffer, 1);
+    if (!at)
+        return;
+    *at = byte;
+    buffer->length++;
+}
+
+void buffer_append_repeat(ByteBuffer *buffer, uint8_t byte, uint32_t count)
+{
+    if (count == 0)
+        return;
+    uint8_t *at = buffer_reserve(buffer, count);
+    if (!at)
+        return;
+    memset(at, byte, count);
+    buffer->length += count;
+}
+
+void buffer_release(ByteBuffer *buffer)
+{
+    ENGINE_FREE(buffer->data);
+    buffer->length = 0;
+    buffer->capacity = 0;
+}
+
+EngineError buffer_take(ByteBuffer *buffer, uint8_t **bytes, uint32_t *length)
+{
+    EngineError rc = buffer->rc;
+    *bytes = NULL;
+    *length = 0;
+    if (rc == ENGINE_OK && buffer->length > 0) {
+        /* The block may be larger than the bytes: it is the caller's to release, never to read past. */
+        *bytes = buffer->data;
+        *length = buffer->length;
+        buffer->data = NULL;
+    }
+    buffer_release(buffer);
+    buffer->rc = ENGINE_OK;
+    return rc;
+}
+
+EngineError buffer_repeat_take(ByteBuffer *buffer, int32_t copies, uint8_t **bytes, uint32_t *length)
+{
+    uint64_t once = buffer->length;
+    if (buffer->rc == ENGINE_OK && (copies <= 0 || once == 0)) {
+        buffer_release(buffer);
+        *bytes = NULL;
+        *length = 0;
+        return ENGINE_OK;
+    }
+    uint64_t total = once * (uint64_t)(copies > 0 ? copies : 0);
+    if (buffer->rc == ENGINE_OK && total > ENGINE_OUTPUT_LIMIT)
+        buffer->rc = ENGINE_ERROR_NO_MEMORY;
+    if (buffer->rc == ENGINE_OK && total > buffer->capacity)
+        buffer_grow(buffer, (uint32_t)total);
+    if (buffer->rc == ENGINE_OK) {
+        for (int32_t copy = 1; copy < copies; copy++)
+            memcpy(buffer->data + (size_t)copy * once, buffer->data, once);
+        buffer->length = (uint32_t)total;
+    }
+    return buffer_take(buffer, bytes, length);
+}
+
+/* Writes count bytes of pattern at out as make_fill_line(pattern, count, reverse) makes them. */
+static void write_fill_bytes(uint8_t *out, const char *pattern, uint32_t count, int reverse)
+{
+    size_t period = strlen(pattern);
+    if (period == 1) {
+        memset(out, pattern[0], count);
+        return;
+    }
+    for (uint32_t i = 0; i < count; i++)
+        out[reverse ? count - 1 - i : i] = (uint8_t)pattern[i % period];
+}
+
+static bool has_pattern(const char *fill)
+{
+    return fill && fill[0] != '\0';
+}
+
+/*
+ * The bytes of one line, in the order the steps that made them used to run: the styled runs placed in a
+ * zero-filled field padded for the alignment (spaces to the right of a left line; the fill mirrored around
+ * a centred one with a space on each side of the text; the fill before a right one), ESC a in front when
+ * the line has no fill, and the line feed.
+ */
+void render_line_into(ByteBuffer *buffer, const PrintLine *line, uint32_t width)
+{
+    if (line->alignment >= ALIGNMENT_LEFT && line->alignment <= ALIGNMENT_RIGHT) {
+        const char *fill = line->fill;
+        uint32_t styled_length = 0;
+        uint32_t text_width = 0;
+        for (const TextSegment *s = line->segments; s; s = s->next) {
+            styled_length += s->length + style_overhead(s->style);
+            text_width += text_display_width(s->text, s->length, s->style & TEXT_STYLE_DOUBLE_WIDTH);
+        }
+        uint32_t room = width > text_width ? width - text_width : 0;
+        uint32_t pad = (line->alignment == ALIGNMENT_LEFT || fill) ? room : 0;
+        if ((uint64_t)styled_length + pad + 3 > UINT32_MAX) {
+            buffer->rc = ENGINE_ERROR_NO_MEMORY;
+            return;
+        }
+        uint32_t size = styled_length + pad + (fill ? 0 : 3);
+        uint8_t *out = buffer_reserve(buffer, size);
+        if (!out)
+            return;
+        if (!fill) {
+            out[0] = 0x1B;
+            out[1] = 0x61;
+            out[2] = (uint8_t)line->alignment;
+            out += 3;
+        }
+        uint32_t text_at = 0;
+        if (line->alignment == ALIGNMENT_LEFT) {
+            memset(out + styled_length, ' ', pad);
+        } else if (line->alignment == ALIGNMENT_CENTRE && fill && pad >= 2) {
+            uint32_t left = pad / 2;
+            uint32_t right = pad - left;
+            text_at = left;
+            /* The space before the text belongs to the left fill: with no left fill it stays 00. */
+            if (has_pattern(fill) && left - 1 > 0) {
+                write_fill_bytes(out, fill, left - 1, 1);
+                out[left - 1] = ' ';
+            } else {
+                memset(out, 0, left);
+            }
+            out[left + styled_length] = ' ';
+            if (has_pattern(fill) && right - 1 > 0)
+                write_fill_bytes(out + left + styled_length + 1, fill, right - 1, 0);
+            else
+                memset(out + left + styled_length + 1, 0, right - 1);
+        } else if (line->alignment == ALIGNMENT_RIGHT && pad > 0) {
+            text_at = pad;
+            if (has_pattern(fill))
+                write_fill_bytes(out, fill, pad, 1);
+            else
+                memset(out, 0, pad);
+        } else if (pad > 0) {
+            /* A centred line with a fill and a pad of 1: the byte after the text stays 00. */
+            memset(out + styled_length, 0, pad);
+        }
+        uint8_t *run = out + text_at;
+        for (const TextSegment *s = line->segments; s; s = s->next)
+            run = write_styled_run(run, s->text, s->length, s->style);
+        buffer->length += size;
+    }
+    if (line->line_end == LINE_END_FEED)
+        buffer_append_byte(buffer, 0x0A);
 }
 
 EngineError render_line(uint8_t **buffer, uint32_t *length, const PrintLine *line, uint32_t width)
 {
     if (!buffer || !length || !line)
         return ENGINE_ERROR_RENDER;
-    *buffer = NULL;
-    *length = 0;
-
-    uint8_t *bytes = NULL;
-    uint32_t bytes_length = 0;
-    EngineError rc = ENGINE_OK;
-    if (line->alignment >= ALIGNMENT_LEFT && line->alignment <= ALIGNMENT_RIGHT) {
-        uint8_t *styled = NULL;
-        uint32_t styled_length = 0;
-        rc = render_segments(&styled, &styled_length, line->segments);
-        if (rc == ENGINE_OK)
-            rc = pad_line(&bytes, &bytes_length, styled, styled_length, line,
-                          segment_list_width(line->segments), width);
-        ENGINE_FREE(styled);
-        if (rc == ENGINE_OK && !line->fill)
-            rc = apply_alignment(&bytes, &bytes_length, line->alignment);
-    }
-    if (rc == ENGINE_OK && line->line_end == LINE_END_FEED)
-        rc = append_line_feed(&bytes, &bytes_length);
-    if (rc != ENGINE_OK) {
-        ENGINE_FREE(bytes);
-        return rc;
-    }
-    *buffer = bytes;
-    *length = bytes_length;
-    return ENGINE_OK;
+    ByteBuffer bytes = {0};
+    render_line_into(&bytes, line, width);
+    return buffer_take(&bytes, buffer, length);
 }
 
 EngineError render_lines(uint8_t **buffer, uint32_t *length, const PrintLine *lines, uint32_t width)
 {
     if (!buffer || !length)
         return ENGINE_ERROR_RENDER;
-    *buffer = NULL;
-    *length = 0;
-    OutputChunk *chunks = NULL;
-    EngineError rc = ENGINE_OK;
-    for (const PrintLine *line = lines; line && rc == ENGINE_OK; line = line->next) {
-        uint8_t *bytes = NULL;
-        uint32_t bytes_length = 0;
-        rc = render_line(&bytes, &bytes_length, line, width);
-        if (rc == ENGINE_OK)
-            rc = append_chunk(&chunks, bytes, bytes_length);
+    ByteBuffer bytes = {0};
+    for (const PrintLine *line = lines; line && bytes.rc == ENGINE_OK; line = line->next)
+        render_line_into(&bytes, line, width);
+    return buffer_take(&bytes, buffer, length);
+}
+
+void flush_lines(LineBuilder *builder, ByteBuffer *buffer, uint32_t width)
+{
+    if (builder->sink) {
+        render_waiting(builder);
+        return;
     }
-    if (rc == ENGINE_OK && chunks)
-        rc = join_chunks(buffer, length, chunks);
-    free_chunks(&chunks);
-    return rc;
+    if (builder->rc == ENGINE_OK) {
+        for (const PrintLine *line = builder->lines; line && buffer->rc == ENGINE_OK; line = line->next)
+            render_line_into(buffer, line, width);
+        builder->rc = buffer->rc;
+    }
+    free_print_lines(&builder->lines);
+    builder->last = NULL;
+}
+
+void end_lines(LineBuilder *builder)
+{
+    if (builder->sink)
+        render_waiting(builder);
+    buffer_release(&builder->scratch);
+    free_print_lines(&builder->lines);
+    builder->last = NULL;
+    builder->waiting = 0;
 }
 
 void control_bytes(uint8_t out[CONTROL_BYTES_MAX], uint32_t *length, int kind)
@@ -378,10 +531,15 @@ EngineError append_chunk(OutputChunk **chunks, uint8_t *data, uint32_t length)
     }
     chunk->data = data;
     chunk->length = data ? length : 0;
-    OutputChunk **end = chunks;
-    while (*end)
-        end = &(*end)->next;
-    *end = chunk;
+    if (!*chunks) {
+        *chunks = chunk;
+    } else {
+        OutputChunk *last = (*chunks)->tail ? (*chunks)->tail : *chunks;
+        while (last->next) /* only for a chain not built by append_chunk */
+            last = last->next;
+        last->next = chunk;
+    }
+    (*chunks)->tail = chunk;
     return ENGINE_OK;
 }
 
@@ -440,23 +598,143 @@ EngineError repeat_chunks(uint8_t **buffer, uint32_t *length, const OutputChunk 
     return ENGINE_OK;
 }
 
+/* Renders the waiting line of a stream into its sink. */
+static void render_waiting(LineBuilder *builder)
+{
+    if (!builder->waiting)
+        return;
+    builder->waiting = 0;
+    if (builder->rc != ENGINE_OK)
+        return;
+    TextSegment segments[LINE_BUILDER_RUNS];
+    for (uint32_t i = 0; i < builder->run_count; i++) {
+        uint32_t length = builder->runs[i].length;
+        segments[i] = (TextSegment){.text = length ? builder->scratch.data + builder->runs[i].offset : NULL,
+                                    .length = length,
+                                    .style = builder->runs[i].style,
+                                    .next = i + 1 < builder->run_count ? &segments[i + 1] : NULL};
+    }
+    const PrintLine line = {.segments = builder->run_count ? segments : NULL,
+                            .alignment = builder->alignment,
+                            .fill = builder->has_fill ? (char *)builder->scratch.data : NULL,
+                            .line_end = builder->line_end};
+    render_line_into(builder->sink, &line, builder->width);
+    builder->rc = builder->sink->rc;
+}
+
+/* Renders the waiting line and starts the next one, without runs yet. */
+static void start_line(LineBuilder *builder, Alignment alignment, const char *fill, int32_t line_end)
+{
+    render_waiting(builder);
+    if (builder->rc != ENGINE_OK)
+        return;
+    builder->scratch.length = 0;
+    builder->run_count = 0;
+    builder->alignment = alignment;
+    builder->line_end = line_end;
+    builder->has_fill = fill != NULL;
+    if (fill)
+        buffer_append(&builder->scratch, fill, (uint32_t)strlen(fill) + 1);
+    builder->rc = builder->scratch.rc;
+    builder->waiting = builder->rc == ENGINE_OK;
+}
+
+/* Reserves a run of length bytes on the waiting line; returns where its bytes go, or NULL (rc set). */
+static uint8_t *reserve_run(LineBuilder *builder, uint32_t length, TextStyle style)
+{
+    if (builder->run_count == LINE_BUILDER_RUNS) {
+        builder->rc = ENGINE_ERROR_RENDER;
+        return NULL;
+    }
+    static uint8_t nothing; /* where the bytes of an empty run go */
+    uint8_t *at = length > 0 ? buffer_reserve(&builder->scratch, length) : &nothing;
+    if (!at) {
+        builder->rc = builder->scratch.rc;
+        return NULL;
+    }
+    builder->runs[builder->run_count].offset = builder->scratch.length;
+    builder->runs[builder->run_count].length = length;
+    builder->runs[builder->run_count].style = style;
+    builder->run_count++;
+    builder->scratch.length += length;
+    return at;
+}
+
+static void append_run(LineBuilder *builder, uint32_t length, const void *bytes, TextStyle style)
+{
+    if (!bytes)
+        length = 0;
+    uint8_t *at = reserve_run(builder, length, style);
+    if (at && length > 0)
+        memcpy(at, bytes, length);
+}
+
+void stream_lines(LineBuilder *builder, ByteBuffer *sink, uint32_t width)
+{
+    builder->sink = sink;
+    builder->width = width;
+}
+
 void add_line(LineBuilder *builder, const char *text, TextStyle style, Alignment alignment, const char *fill,
               int32_t line_end)
 {
     if (builder->rc != ENGINE_OK)
         return;
+    if (builder->sink) {
+        start_line(builder, alignment, fill, line_end);
+        if (builder->rc == ENGINE_OK && text)
+            append_run(builder, (uint32_t)strlen(text), text, style);
+        return;
+    }
     PrintLine *line = new_print_line(text, style, alignment, fill, line_end);
     if (!line) {
         builder->rc = ENGINE_ERROR_NO_MEMORY;
         return;
     }
-    if (!builder->lines) {
+    if (!builder->lines)
         builder->lines = line;
+    else
+        builder->last->next = line;
+    builder->last = line;
+}
+
+void add_line_parts(LineBuilder *builder, TextStyle style, Alignment alignment, const char *fill, int32_t line_end,
+                    const TextPart *parts, uint32_t count)
+{
+    if (builder->rc != ENGINE_OK)
+        return;
+    uint64_t total = 0;
+    for (uint32_t i = 0; i < count; i++)
+        total += parts[i].spaces + (uint64_t)strlen(parts[i].text);
+    if (total > UINT32_MAX - 1) {
+        builder->rc = ENGINE_ERROR_NO_MEMORY;
         return;
     }
-    PrintLine *end = builder->lines;
-    last_line(&end);
-    end->next = line;
+    char *text = NULL;
+    uint8_t *at = NULL;
+    if (builder->sink) {
+        start_line(builder, alignment, fill, line_end);
+        if (builder->rc == ENGINE_OK)
+            at = reserve_run(builder, (uint32_t)total, style);
+    } else {
+        text = ENGINE_ALLOC((size_t)total + 1);
+        at = (uint8_t *)text;
+        if (!text)
+            builder->rc = ENGINE_ERROR_NO_MEMORY;
+    }
+    if (!at)
+        return;
+    for (uint32_t i = 0; i < count; i++) {
+        memset(at, ' ', parts[i].spaces);
+        at += parts[i].spaces;
+        size_t length = strlen(parts[i].text);
+        memcpy(at, parts[i].text, length);
+        at += length;
+    }
+    if (text) {
+        *at = '\0';
+        add_line_owned(builder, text, style, alignment, fill, line_end);
+    }
 }
 
 void add_line_owned(LineBuilder *builder, char *text, TextStyle style, Alignment alignment, const char *fill,
@@ -468,13 +746,46 @@ void add_line_owned(LineBuilder *builder, char *text, TextStyle style, Alignment
     ENGINE_FREE(text);
 }
 
+void add_line_printf(LineBuilder *builder, TextStyle style, Alignment alignment, const char *fill, int32_t line_end,
+                     const char *format, ...)
+{
+    if (builder->rc != ENGINE_OK)
+        return;
+    /* Formatted once into the stack; only a longer text takes a (tracked) block. */
+    char local[512];
+    va_list args;
+    va_start(args, format);
+    int needed = vsnprintf(local, sizeof local, format, args);
+    va_end(args);
+    if (needed < 0) {
+        builder->rc = ENGINE_ERROR_NO_MEMORY;
+        return;
+    }
+    if ((size_t)needed < sizeof local) {
+        add_line(builder, local, style, alignment, fill, line_end);
+        return;
+    }
+    char *text = ENGINE_ALLOC((size_t)needed + 1);
+    if (text) {
+        va_start(args, format);
+        vsnprintf(text, (size_t)needed + 1, format, args);
+        va_end(args);
+    }
+    add_line_owned(builder, text, style, alignment, fill, line_end);
+}
+
 void add_run(LineBuilder *builder, uint32_t length, const void *bytes, TextStyle style)
 {
-    if (builder->rc != ENGINE_OK || !builder->lines)
+    if (builder->rc != ENGINE_OK)
         return;
-    PrintLine *end = builder->lines;
-    last_line(&end);
-    builder->rc = append_segment(&end->segments, length, bytes, style);
+    if (builder->sink) {
+        if (builder->waiting)
+            append_run(builder, length, bytes, style);
+        return;
+    }
+    if (!builder->lines)
+        return;
+    builder->rc = append_segment(&builder->last->segments, length, bytes, style);
 }
 
 void last_line(PrintLine **line)
@@ -492,7 +803,8 @@ void free_segments(TextSegment **segments)
     TextSegment *s = *segments;
     while (s) {
         TextSegment *next = s->next;
-        ENGINE_FREE(s->text);
+        if (s->text != (uint8_t *)(s + 1))
+            ENGINE_FREE(s->text);
         ENGINE_FREE(s);
         s = next;
     }
@@ -507,7 +819,8 @@ void free_print_lines(PrintLine **lines)
     while (line) {
         PrintLine *next = line->next;
         free_segments(&line->segments);
-        ENGINE_FREE(line->fill);
+        if (line->fill != (char *)(line + 1))
+            ENGINE_FREE(line->fill);
         ENGINE_FREE(line);
         line = next;
     }

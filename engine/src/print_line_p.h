@@ -18,7 +18,8 @@ extern "C" {
 
 /* One run of text. */
 typedef struct TextSegment {
-    uint8_t *text;            /* owned UTF-8 bytes, not NUL-terminated; NULL when length is 0 */
+    uint8_t *text;            /* owned UTF-8 bytes, not NUL-terminated, stored in the run's own block right
+                                 behind it; NULL when length is 0 */
     uint32_t length;          /* byte count */
     TextStyle style;          /* style of the whole run */
     struct TextSegment *next; /* following run or NULL */
@@ -32,7 +33,8 @@ typedef struct TextSegment {
 typedef struct PrintLine {
     TextSegment *segments;  /* the runs, in printing order */
     Alignment alignment;    /* where the text goes */
-    char *fill;             /* owned pad pattern, or NULL: spaces (left) or printer alignment (centre, right) */
+    char *fill;             /* owned pad pattern, or NULL: spaces (left) or printer alignment (centre, right);
+                               made by new_print_line in the line's own block right behind it */
     int32_t line_end;       /* LINE_END_FEED appends 0A */
     struct PrintLine *next; /* following line or NULL */
 } PrintLine;
@@ -42,7 +44,60 @@ typedef struct OutputChunk {
     uint8_t *data;            /* owned bytes */
     uint32_t length;          /* byte count */
     struct OutputChunk *next; /* following piece or NULL */
+    struct OutputChunk *tail; /* in the first chunk of a chain: the last one, so append_chunk is O(1) */
 } OutputChunk;
+
+/*
+ * A growable byte buffer: one tracked block that doubles when full, so appending n bytes costs O(n) over
+ * the buffer's life. A buffer never grows past its limit (0: the 32-bit length's); the first failure (no
+ * memory, or the limit) sticks in rc and later appends do nothing.
+ */
+typedef struct ByteBuffer {
+    uint8_t *data;     /* tracked block of capacity bytes, or NULL */
+    uint32_t length;   /* bytes written */
+    uint32_t capacity; /* bytes allocated */
+    uint32_t limit;    /* largest length allowed, 0 for no limit of its own */
+    EngineError rc;    /* 0, or the first failure: ENGINE_ERROR_NO_MEMORY */
+} ByteBuffer;
+
+/* What the layouts reserve for a receipt before its first line: an everyday receipt fits. */
+#define RECEIPT_FIRST_RESERVE 8192u
+
+/*
+ * Reserves RECEIPT_FIRST_RESERVE bytes in receipt (when receipt is not NULL). The parsers call it just
+ * before they free their JSON trees, so that the receipt's one large block is taken while the allocator
+ * still holds few freed small blocks (a large request first merges every freed small block). A failure is
+ * only noted in receipt->rc: the layouts then ask again.
+ */
+void reserve_receipt(ByteBuffer *receipt);
+
+/*
+ * The buffer a layout writes one copy of its receipt into: reserved (taken over from *reserved, which is
+ * left empty; NULL for none) or new, with room for an everyday receipt and the output limit set. A failure
+ * sticks in its rc.
+ */
+ByteBuffer receipt_buffer(ByteBuffer *reserved);
+
+/* Room for at least extra more bytes; returns the write position or NULL (rc set). */
+uint8_t *buffer_reserve(ByteBuffer *buffer, uint32_t extra);
+
+/* Appends count bytes (or, for buffer_append_byte, one byte; buffer_append_repeat: count copies of byte). */
+void buffer_append(ByteBuffer *buffer, const void *bytes, uint32_t count);
+void buffer_append_byte(ByteBuffer *buffer, uint8_t byte);
+void buffer_append_repeat(ByteBuffer *buffer, uint8_t byte, uint32_t count);
+
+/* Hands the bytes over as a tracked block of at least length bytes (NULL and 0 when empty) and empties the
+   buffer; on a failure (rc) releases everything and returns rc with *bytes NULL and *length 0. */
+EngineError buffer_take(ByteBuffer *buffer, uint8_t **bytes, uint32_t *length);
+
+void buffer_release(ByteBuffer *buffer);
+
+/* Hands over copies repetitions of the bytes as buffer_take does (NULL and 0 for copies <= 0 or no bytes);
+   ENGINE_ERROR_NO_MEMORY beyond ENGINE_OUTPUT_LIMIT or when memory is short. */
+EngineError buffer_repeat_take(ByteBuffer *buffer, int32_t copies, uint8_t **bytes, uint32_t *length);
+
+/* Appends the bytes of line on a paper of width columns, exactly as render_line makes them. */
+void render_line_into(ByteBuffer *buffer, const PrintLine *line, uint32_t width);
 
 /* Kinds of control_bytes. */
 enum {
@@ -129,11 +184,55 @@ EngineError repeat_chunks(uint8_t **buffer, uint32_t *length, const OutputChunk 
 /* Moves *line to the last line of its chain. */
 void last_line(PrintLine **line);
 
-/* A chain of lines under construction. The first failure sticks in rc; later additions then do nothing. */
+/* Most runs a streamed line holds (the layouts use at most three). */
+#define LINE_BUILDER_RUNS 8
+
+/*
+ * Lines under construction. The first failure sticks in rc; later additions then do nothing.
+ *
+ * Without a sink the lines form a chain (lines, last) for the caller to render. With a sink (see
+ * stream_lines) each line waits in the builder only until the next one starts, and is then rendered
+ * straight into the sink: its text lives in the builder's scratch buffer, so a line costs no allocation.
+ */
 typedef struct LineBuilder {
-    PrintLine *lines; /* the chain built so far */
+    PrintLine *lines; /* the chain built so far (no sink) */
     EngineError rc;   /* 0, or the first failure */
+    PrintLine *last;  /* the last line of the chain (NULL with lines), so adding is O(1) */
+
+    ByteBuffer *sink;   /* where streamed lines go, or NULL */
+    uint32_t width;     /* paper columns of the sink */
+    ByteBuffer scratch; /* the waiting line's fill (NUL-terminated) and runs */
+    int waiting;        /* 1 while a line waits */
+    Alignment alignment;
+    int32_t line_end;
+    int has_fill;       /* the fill is at the start of scratch */
+    uint32_t run_count;
+    struct {
+        uint32_t offset; /* in scratch */
+        uint32_t length;
+        TextStyle style;
+    } runs[LINE_BUILDER_RUNS];
 } LineBuilder;
+
+/* Starts streaming the lines of builder (a zeroed LineBuilder) into sink, on paper of width columns. */
+void stream_lines(LineBuilder *builder, ByteBuffer *sink, uint32_t width);
+
+/* Renders what is built so far into buffer (the chain, or the waiting line of a stream), frees it and
+   empties the builder; a failure of the builder or the buffer sticks in builder->rc. */
+void flush_lines(LineBuilder *builder, ByteBuffer *buffer, uint32_t width);
+
+/* Flushes a stream and releases what the builder holds; its rc stays. */
+void end_lines(LineBuilder *builder);
+
+/* One part of a line's text for add_line_parts: spaces spaces, then the NUL-terminated text. */
+typedef struct TextPart {
+    uint32_t spaces;
+    const char *text;
+} TextPart;
+
+/* As add_line with the concatenation of the parts as its text. */
+void add_line_parts(LineBuilder *builder, TextStyle style, Alignment alignment, const char *fill, int32_t line_end,
+                    const TextPart *parts, uint32_t count);
 
 /* Appends new_print_line(text, ...) to the chain. */
 void add_line(LineBuilder *builder, const char *text, TextStyle style, Alignment alignment, const char *fill,
@@ -142,6 +241,10 @@ void add_line(LineBuilder *builder, const char *text, TextStyle style, Alignment
 /* As add_line, releasing text afterwards; a NULL text is taken as a failed allocation. */
 void add_line_owned(LineBuilder *builder, char *text, TextStyle style, Alignment alignment, const char *fill,
                     int32_t line_end);
+
+/* As add_line with the text formatted as by printf (no tracked copy of the text unless it is long). */
+void add_line_printf(LineBuilder *builder, TextStyle style, Alignment alignment, const char *fill, int32_t line_end,
+                     const char *format, ...) __attribute__((format(printf, 6, 7)));
 
 /* Appends a run of length bytes to the last line of the chain. */
 void add_run(LineBuilder *builder, uint32_t length, const void *bytes, TextStyle style);

@@ -112,6 +112,16 @@ static void add_totals(LineBuilder *lines, const SummaryDigest *digest)
 
 EngineError layout_summary(const SummaryDocument *document, uint8_t **out, uint32_t *out_length)
 {
+    return layout_summary_into(document, NULL, out, out_length);
+}
+
+EngineError layout_summary_into(const SummaryDocument *document, ByteBuffer *reserved, uint8_t **out,
+                                uint32_t *out_length)
+{
+    if (reserved && (!out || !out_length || !summary_document_is_complete(document) ||
+                     paper_width_chars(document->printSettings->width) < 0 ||
+                     document->printSettings->number_of_copies <= 0))
+        buffer_release(reserved); /* no receipt to write: the checks below say why */
     if (!out || !out_length)
         return ENGINE_ERROR_INVALID_INPUT;
     *out = NULL;
@@ -122,7 +132,16 @@ EngineError layout_summary(const SummaryDocument *document, uint8_t **out, uint3
         return ENGINE_ERROR_PAPER_WIDTH;
     const Summary *summary = document->summary;
 
-    LineBuilder lines = {NULL, ENGINE_OK};
+    if (document->printSettings->number_of_copies <= 0) {
+        /* No copies: an empty receipt, whatever the summary holds. */
+        *out_length = 0;
+        return ENGINE_OK;
+    }
+
+    /* The lines go into one buffer as they are made (see layout_order): a long day never piles up. */
+    ByteBuffer receipt = receipt_buffer(reserved);
+    LineBuilder lines = {.rc = ENGINE_OK};
+    stream_lines(&lines, &receipt, (uint32_t)width);
     add_line(&lines, document->restaurant->name, SUMMARY_STYLE, ALIGNMENT_LEFT, " ", LINE_END_FEED);
     add_text_line(&lines, "有效订单汇总");
     add_time_line(&lines, "开始时间：", summary->beginTime);
@@ -132,22 +151,15 @@ EngineError layout_summary(const SummaryDocument *document, uint8_t **out, uint3
     add_separator(&lines);
     add_text_line(&lines, "(!)为在线支付订单");
     add_text_line(&lines, "减免含Zhevo补贴及商家自担两部分");
-
-    OutputChunk *pieces = NULL;
-    uint8_t *bytes = NULL;
-    uint32_t length = 0;
-    EngineError rc = lines.rc;
-    if (rc == ENGINE_OK)
-        rc = render_lines(&bytes, &length, lines.lines, (uint32_t)width);
-    if (rc == ENGINE_OK)
-        rc = append_chunk(&pieces, bytes, length);
-    if (rc == ENGINE_OK)
-        rc = feed_lines(&bytes, &length, document->printSettings->feed_lines);
-    if (rc == ENGINE_OK)
-        rc = append_chunk(&pieces, bytes, length);
-    if (rc == ENGINE_OK)
-        rc = repeat_chunks(out, out_length, pieces, document->printSettings->number_of_copies);
-    free_print_lines(&lines.lines);
-    free_chunks(&pieces);
-    return rc;
+    flush_lines(&lines, &receipt, (uint32_t)width);
+    end_lines(&lines);
+    if (lines.rc == ENGINE_OK && document->printSettings->feed_lines > 0) {
+        buffer_append_repeat(&receipt, 0x0A, (uint32_t)document->printSettings->feed_lines);
+        lines.rc = receipt.rc;
+    }
+    if (lines.rc != ENGINE_OK) {
+        buffer_release(&receipt);
+        return lines.rc;
+    }
+    return buffer_repeat_take(&receipt, document->printSettings->number_of_copies, out, out_length);
 }

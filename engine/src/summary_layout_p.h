@@ -15,12 +15,18 @@
 extern "C" {
 #endif
 
+struct ByteBuffer;
+
 /*
  * Lays out every copy of the summary into *out / *out_length (NULL and 0 for zero copies). Returns 0;
  * ENGINE_ERROR_INVALID_INPUT for an incomplete document; ENGINE_ERROR_PAPER_WIDTH for a missing or unknown
  * width; ENGINE_ERROR_NO_MEMORY. On a code *out is NULL.
  */
 EngineError layout_summary(const SummaryDocument *document, uint8_t **out, uint32_t *out_length);
+
+/* As layout_summary, writing into the buffer that parsing reserved (see layout_order_into). */
+EngineError layout_summary_into(const SummaryDocument *document, struct ByteBuffer *reserved, uint8_t **out,
+                                uint32_t *out_length);
 
 #ifdef __cplusplus
 }

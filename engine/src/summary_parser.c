@@ -2,6 +2,7 @@
 #include "summary_parser_p.h"
 
 #include "json_field_p.h"
+#include "print_line_p.h"
 #include "utility_p.h"
 
 #define ENGINE_UNIT "src/summary_parser.c"
@@ -128,6 +129,12 @@ EngineError read_summary(Summary **summary, const cJSON *object)
 EngineError parse_summary(SummaryDocument **document, const char *restaurant_json, const char *summary_json,
                           const char *settings_json)
 {
+    return parse_summary_into(document, restaurant_json, summary_json, settings_json, NULL);
+}
+
+EngineError parse_summary_into(SummaryDocument **document, const char *restaurant_json, const char *summary_json,
+                               const char *settings_json, ByteBuffer *receipt)
+{
     if (!document || !restaurant_json || !summary_json || !settings_json)
         return ENGINE_ERROR_INVALID_INPUT;
     const char *const texts[JOB_TEXTS] = {restaurant_json, summary_json, settings_json};
@@ -149,6 +156,8 @@ EngineError parse_summary(SummaryDocument **document, const char *restaurant_jso
     if (rc == ENGINE_OK)
         rc = read_summary_print_settings(&built->printSettings, trees[2]);
     *document = built;
+    if (rc == ENGINE_OK)
+        reserve_receipt(receipt);
     json_delete_texts(trees);
     return rc;
 }

@@ -21,6 +21,8 @@
 extern "C" {
 #endif
 
+struct ByteBuffer;
+
 /* Totals of the period ("digest"). */
 typedef struct SummaryDigest {
     int32_t orderCount;        /* "orderCount" */
@@ -63,6 +65,10 @@ typedef struct SummaryDocument {
  * ENGINE_ERROR_SUMMARY_JSON or ENGINE_ERROR_SETTINGS_JSON for a text that does not parse; else the first
  * code of the restaurant, summary and settings readers.
  */
+/* As parse_summary, reserving room for the receipt (reserve_receipt) before the JSON trees are freed. */
+EngineError parse_summary_into(SummaryDocument **document, const char *restaurant_json, const char *summary_json,
+                               const char *settings_json, struct ByteBuffer *receipt);
+
 EngineError parse_summary(SummaryDocument **document, const char *restaurant_json, const char *summary_json,
                           const char *settings_json);
 

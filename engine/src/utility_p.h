@@ -17,7 +17,10 @@ extern "C" {
 
 /*
  * Returns a zero-filled block of size bytes and records it in the allocation registry with the source file
- * and line given, or NULL when memory is short (nothing is recorded then).
+ * and line given, or NULL when memory is short (nothing is recorded then). The registry keeps the file
+ * pointer, not a copy: pass a string that outlives the block (ENGINE_UNIT, a literal). The block is an
+ * ordinary malloc block (its record sits behind its bytes), so free() releases an untracked one. Tracking
+ * and untracking take constant time.
  */
 void *engine_alloc(size_t size, const char *file, uint32_t line);
 

@@ -106,6 +106,10 @@ TEST_F(FormatEntry, BadInputFailsWithTheCodeOfWhatIsWrong)
         {{Entry::Online, r, dine.input, dine.settings}, ENGINE_ERROR_INVALID_INPUT},
         {{Entry::Local, r, dine.input, R"({"width":"58mm","style":"small"})"}, ENGINE_ERROR_INVALID_INPUT},
         {{Entry::Local, "{}", dine.input, dine.settings}, ENGINE_ERROR_INVALID_INPUT},
+        // A good order one byte longer than the input limit is refused before it is parsed, at once.
+        {{Entry::Online, r, online.input + std::string(ENGINE_INPUT_LIMIT + 1 - online.input.size(), ' '),
+          online.settings},
+         ENGINE_ERROR_INPUT_TOO_LARGE},
     };
     for (const auto& row : table)
         EXPECT_EQ(failure(row.first), row.second) << row.first.input.substr(0, 40) << " / " << row.first.settings;

@@ -77,6 +77,27 @@ void BM_TenThousandReads(benchmark::State& state)
 }
 BENCHMARK(BM_TenThousandReads)->Unit(benchmark::kMillisecond);
 
+// The same two reads apart: 10,000 of each.
+void BM_TenThousandWindowInfoReads(benchmark::State& state)
+{
+    const int profile = home().profile();
+    auto* browser = JsonDB::browser();
+    for (auto _ : state)
+        for (int i = 0; i < 10000; ++i) benchmark::DoNotOptimize(browser->windowInfo(profile));
+    state.SetItemsProcessed(state.iterations() * 10000);
+}
+BENCHMARK(BM_TenThousandWindowInfoReads)->Unit(benchmark::kMillisecond);
+
+void BM_TenThousandPrintSettingsReads(benchmark::State& state)
+{
+    const int profile = home().profile();
+    auto* browser = JsonDB::browser();
+    for (auto _ : state)
+        for (int i = 0; i < 10000; ++i) benchmark::DoNotOptimize(browser->printSettings(profile, 1));
+    state.SetItemsProcessed(state.iterations() * 10000);
+}
+BENCHMARK(BM_TenThousandPrintSettingsReads)->Unit(benchmark::kMillisecond);
+
 }  // namespace
 
 BENCHMARK_MAIN();

@@ -4,10 +4,12 @@
 //  readers so that tests can feed them small texts.
 //
 
+#include <cstdint>
 #include <string>
 #include <string_view>
-#include <unordered_map>
-#include <unordered_set>
+#include <vector>
+
+class QTextCodec;
 
 namespace service_business {
 namespace Translator {
@@ -38,10 +40,48 @@ private:
     void readPinyin(std::u16string_view text);
     void readPairs(std::u16string_view text);
 
-    std::unordered_set<char16_t> m_gb2312;
-    std::unordered_map<char16_t, std::u16string> m_pinyin;
-    std::unordered_map<char16_t, char16_t> m_simplified;   // traditional -> simplified
-    std::unordered_map<char16_t, char16_t> m_traditional;  // simplified -> traditional
+    // Flat tables indexed by the UTF-16 unit: one look-up each, no hashing.
+    std::vector<bool> m_gb2312 = std::vector<bool>(0x10000);
+    std::vector<std::uint32_t> m_pinyinAt = std::vector<std::uint32_t>(0x10000);     // offset in m_pinyinText
+    std::vector<std::uint16_t> m_pinyinSize = std::vector<std::uint16_t>(0x10000);  // 0: none or empty
+    std::vector<bool> m_hasPinyin = std::vector<bool>(0x10000);                     // the first entry wins
+    std::u16string m_pinyinText;                                                     // every pinyin, back to back
+    std::vector<char16_t> m_simplified = std::vector<char16_t>(0x10000);            // traditional -> simplified
+    std::vector<char16_t> m_traditional = std::vector<char16_t>(0x10000);           // simplified -> traditional
+    std::vector<bool> m_hasSimplified = std::vector<bool>(0x10000);
+    std::vector<bool> m_hasTraditional = std::vector<bool>(0x10000);
+
+    friend class PrintableBytes;
+};
+
+// The printer bytes of every UTF-16 unit in one code page: the unit simplified, kept when GB2312 has it and
+// spelt in pinyin ("(*)" without any) when not, then encoded. Made once per code page from the process-wide
+// tables, so a receipt is converted with one look-up per unit.
+class PrintableBytes {
+public:
+    // The table of codec, or nullptr when codec is not one whose bytes for a text are the bytes of its
+    // characters one after the other (only such code pages can be converted unit by unit), or when the
+    // tables would hand the code page a surrogate.
+    static const PrintableBytes* forCodec(QTextCodec* codec);
+
+    std::string_view of(char16_t unit) const
+    {
+        const std::uint32_t entry = m_entries[unit];
+        return std::string_view(m_bytes.data() + (entry >> 8), entry & 0xFF);
+    }
+    // True when every ASCII unit stays the one byte it is.
+    bool asciiIsItself() const { return m_asciiIsItself; }
+    // The most bytes any one unit makes.
+    int longest() const { return m_longest; }
+
+private:
+    PrintableBytes(const Tables& tables, QTextCodec* codec);
+
+    std::vector<std::uint32_t> m_entries;  // offset << 8 | size, in m_bytes
+    std::string m_bytes;
+    bool m_asciiIsItself = false;
+    bool m_exact = true;
+    int m_longest = 0;
 };
 
 }  // namespace Translator

@@ -8,6 +8,13 @@
  * length 0), for example when the settings ask for zero copies.
  *
  * The functions may be called from several threads at once.
+ *
+ * Size limits. Each of the three JSON texts may hold at most ENGINE_INPUT_LIMIT bytes (32 MiB, the NUL not
+ * counted); a longer text is refused at once, before any parsing, with ENGINE_ERROR_INPUT_TOO_LARGE. Within
+ * that, time and memory grow linearly with the input: the largest job the benchmarks make, a summary of
+ * 100,000 orders, is a 16 MiB text (a real day's summary or order is well under 1 MiB). One copy of a
+ * receipt may be at most 64 MiB and all copies together too; beyond that the call fails with
+ * ENGINE_ERROR_NO_MEMORY.
  */
 #ifndef RECEIPT_ENGINE_H
 #define RECEIPT_ENGINE_H
@@ -27,6 +34,7 @@ enum {
     ENGINE_ERROR_INVALID_INPUT = -2,       /* null input, or the parsed document is incomplete */
     ENGINE_ERROR_ORDER_OBJECT = -3,        /* the order reader got no object */
     ENGINE_ERROR_NO_MEMORY = -12,          /* an allocation failed, or the receipt would pass 64 MiB */
+    ENGINE_ERROR_INPUT_TOO_LARGE = -13,    /* a JSON text is longer than ENGINE_INPUT_LIMIT bytes */
     ENGINE_ERROR_RESTAURANT_JSON = -31,    /* the restaurant text does not parse */
     ENGINE_ERROR_ORDER_JSON = -32,         /* the order text does not parse */
     ENGINE_ERROR_SETTINGS_JSON = -33,      /* the print-settings text does not parse */
@@ -41,6 +49,9 @@ enum {
     ENGINE_ERROR_DIGEST_SECTION = -341,    /* the summary "digest" reader got no object */
     ENGINE_ERROR_SUMMARY_ORDERS = -342     /* the summary "items" reader got no array */
 };
+
+/* Largest JSON text, in bytes, that an entry function takes (see "Size limits" above). */
+#define ENGINE_INPUT_LIMIT (32u << 20)
 
 /* Bit set carried by every run of text. */
 typedef int32_t TextStyle;

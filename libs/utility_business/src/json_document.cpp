@@ -25,8 +25,25 @@ bool keyBytes(const QString& key, QByteArray& out)
 
 cJSON* member(const cJSON* object, const QString& key)
 {
+    if (!cJSON_IsObject(object)) return nullptr;
+    // Keys are short ASCII words or ids: those are looked up from the stack, without a UTF-8 copy.
+    char ascii[64];
+    const int size = key.size();
+    if (size < int(sizeof ascii)) {
+        const QChar* characters = key.constData();
+        int i = 0;
+        for (; i < size; ++i) {
+            const ushort unit = characters[i].unicode();
+            if (unit == 0 || unit >= 0x80) break;
+            ascii[i] = static_cast<char>(unit);
+        }
+        if (i == size) {
+            ascii[size] = '\0';
+            return cJSON_GetObjectItemCaseSensitive(object, ascii);
+        }
+    }
     QByteArray bytes;
-    if (!cJSON_IsObject(object) || !keyBytes(key, bytes)) return nullptr;
+    if (!keyBytes(key, bytes)) return nullptr;
     return cJSON_GetObjectItemCaseSensitive(object, bytes.constData());
 }
 

@@ -6,6 +6,12 @@
 
 #include "db/settings_files.h"
 
+#include <cjson/cJSON.h>
+
+#include <cmath>
+#include <initializer_list>
+#include <limits>
+
 namespace service_business {
 namespace json_db {
 
@@ -23,6 +29,63 @@ QString basisUrl(const JsonDocument& app, const JsonDocument& basis, const QStri
     QString value = app.getString({kBasis, key});
     if (value.isEmpty()) value = basis.getString({kBasis, key});
     return value.isEmpty() ? basis.getString({key}) : value;
+}
+
+// The object member at each key in turn from node (as JsonDocument finds a path); nullptr when one is missing.
+const cJSON* objectAt(const cJSON* node, std::initializer_list<QByteArray> keys)
+{
+    for (const QByteArray& key : keys) {
+        if (!cJSON_IsObject(node)) return nullptr;
+        node = cJSON_GetObjectItemCaseSensitive(node, key.constData());
+    }
+    return node;
+}
+
+// JsonDocument::getBool and getInt of the member key of object.
+bool boolMember(const cJSON* object, const char* key, bool defaultValue)
+{
+    const cJSON* node = cJSON_IsObject(object) ? cJSON_GetObjectItemCaseSensitive(object, key) : nullptr;
+    return cJSON_IsBool(node) ? cJSON_IsTrue(node) : defaultValue;
+}
+
+int intMember(const cJSON* object, const char* key, int defaultValue)
+{
+    const cJSON* node = cJSON_IsObject(object) ? cJSON_GetObjectItemCaseSensitive(object, key) : nullptr;
+    if (!cJSON_IsNumber(node) || std::isnan(node->valuedouble)) return defaultValue;
+    const double value = std::trunc(node->valuedouble);
+    if (value >= static_cast<double>(std::numeric_limits<int>::max())) return std::numeric_limits<int>::max();
+    if (value <= static_cast<double>(std::numeric_limits<int>::min())) return std::numeric_limits<int>::min();
+    return static_cast<int>(value);
+}
+
+// The object at path when it has members (JsonDocument::childrenNames would not be empty), else nullptr.
+const cJSON* objectWithMembers(const JsonDocument& doc, const KeyPath& path)
+{
+    const cJSON* node = doc.root();
+    for (const QString& key : path) {
+        if (!cJSON_IsObject(node)) return nullptr;
+        const QByteArray bytes = key.toUtf8();
+        if (bytes.contains('\0')) return nullptr;
+        node = cJSON_GetObjectItemCaseSensitive(node, bytes.constData());
+    }
+    return cJSON_IsObject(node) && node->child ? node : nullptr;
+}
+
+// PrinterSettings::fromJson(doc.toString(path)) of an object, read straight from the tree; the width is left
+// at its default, as every caller replaces it. The same as the text's round trip: that prints every finite
+// number so that it reads back the same and the others as null, which reads as missing.
+PrinterSettings copiesOf(const cJSON* object)
+{
+    const auto copies = [object](const char* key, int defaultValue) {
+        const cJSON* node = cJSON_GetObjectItemCaseSensitive(object, key);
+        return cJSON_IsNumber(node) && !std::isfinite(node->valuedouble) ? defaultValue
+                                                                         : intMember(object, key, defaultValue);
+    };
+    PrinterSettings settings;
+    settings.copiesCountOfOrder = copies("copiesCountOfOrder", settings.copiesCountOfOrder);
+    settings.copiesCountOfDineOrder = copies("copiesCountOfDineOrder", settings.copiesCountOfDineOrder);
+    settings.copiesCountOfPhoneOrder = copies("copiesCountOfPhoneOrder", settings.copiesCountOfPhoneOrder);
+    return settings;
 }
 
 // The names of an object's members that are printer ids.
@@ -133,16 +196,17 @@ bool Browser::hasAppLaunchAtStartUp() const
 
 WindowInfo Browser::windowInfo(int profileId) const
 {
-    const JsonDocument& doc = m_db->m_profilesDocument;
-    const QString profile = idKey(profileId);
-    auto member = [&](const char* name) { return KeyPath{profile, kRuntime, QStringLiteral("window_info"), QLatin1String(name)}; };
+    // The window object is found once and its six members read from it, as JsonDocument::getBool and
+    // getInt read them: the default when a member is missing or of another type.
+    const cJSON* window = objectAt(m_db->m_profilesDocument.root(), {idKey(profileId).toLatin1(), kRuntime.toLatin1(),
+                                                                     QByteArrayLiteral("window_info")});
     WindowInfo info;  // the read defaults: 1008 x 665 at 0, 0, zoom 100, not maximised
-    info.maximize = doc.getBool(member("maximize"), info.maximize);
-    info.zoom_level = doc.getInt(member("zoom_level"), info.zoom_level);
-    info.x = doc.getInt(member("x"), info.x);
-    info.y = doc.getInt(member("y"), info.y);
-    info.width = doc.getInt(member("width"), info.width);
-    info.height = doc.getInt(member("height"), info.height);
+    info.maximize = boolMember(window, "maximize", info.maximize);
+    info.zoom_level = intMember(window, "zoom_level", info.zoom_level);
+    info.x = intMember(window, "x", info.x);
+    info.y = intMember(window, "y", info.y);
+    info.width = intMember(window, "width", info.width);
+    info.height = intMember(window, "height", info.height);
     return info;
 }
 
@@ -155,9 +219,10 @@ utility_enum::PrinterSettingsMode Browser::printerSettingsMode(int profileId) co
 
 PrinterSettings Browser::basisPrinterSettings(int profileId) const
 {
-    const KeyPath path{idKey(profileId), kLocal, kPrinters, kBasisPrinterProperties};
-    if (m_db->m_profilesDocument.childrenNames(path).isEmpty()) return PrinterSettings();
-    PrinterSettings settings = PrinterSettings::fromJson(m_db->m_profilesDocument.toString(path));
+    const cJSON* object =
+        objectWithMembers(m_db->m_profilesDocument, {idKey(profileId), kLocal, kPrinters, kBasisPrinterProperties});
+    if (!object) return PrinterSettings();
+    PrinterSettings settings = copiesOf(object);
     // The basis settings print on the paper of printer 0, whichever printer prints.
     settings.width = m_db->m_appDocument.getString({kPrint, kPrinters, QStringLiteral("0"), kWidth}, kDefaultWidth);
     return settings;
@@ -165,9 +230,10 @@ PrinterSettings Browser::basisPrinterSettings(int profileId) const
 
 PrinterSettings Browser::printSettings(int profileId, int printerId) const
 {
-    const KeyPath path{idKey(profileId), kLocal, kPrinters, idKey(printerId)};
-    if (m_db->m_profilesDocument.childrenNames(path).isEmpty()) return PrinterSettings();
-    PrinterSettings settings = PrinterSettings::fromJson(m_db->m_profilesDocument.toString(path));
+    const cJSON* object =
+        objectWithMembers(m_db->m_profilesDocument, {idKey(profileId), kLocal, kPrinters, idKey(printerId)});
+    if (!object) return PrinterSettings();
+    PrinterSettings settings = copiesOf(object);
     // The paper belongs to the printer, not to the profile.
     settings.width = m_db->m_appDocument.getString({kPrint, kPrinters, idKey(printerId), kWidth}, kDefaultWidth);
     return settings;

@@ -5,6 +5,7 @@
 #include "service_business/json_db_browser.h"
 #include "service_business/json_db_updater.h"
 #include "service_business/translator.h"
+#include "translator.h"
 
 #include "systemif/network.h"
 #include "systemif/ports.h"
@@ -12,7 +13,10 @@
 
 #include <QTextCodec>
 
+#include <algorithm>
 #include <atomic>
+#include <cstring>
+#include <string_view>
 
 namespace service_business {
 
@@ -157,6 +161,46 @@ Document Printer::buildDocument(const QByteArray& printCmd)
 {
     QTextCodec* codec = codePage();
     QByteArray output;
+    const Translator::PrintableBytes* table = Translator::PrintableBytes::forCodec(codec);
+    if (table) {
+        // One pass: each piece's UTF-16 units (ASCII bytes as they are, when they print as themselves) looked
+        // up in the code page's table of printable bytes, which holds what simplifying, spelling in pinyin and
+        // encoding make of each unit. Pieces with other bytes are decoded as before, piece by piece.
+        const char* const data = printCmd.constData();
+        const int size = printCmd.size();
+        output.resize(size + size / 2 + 16);
+        int at = 0;  // bytes written
+        // Room for count more bytes, keeping what is written.
+        const auto reserve = [&output, &at](qint64 count) {
+            if (at + count > output.size()) output.resize(int(std::max<qint64>(at + count, qint64(output.size()) * 2)));
+            return output.data() + at;
+        };
+        for (int begin = 0;;) {
+            const char* nul = static_cast<const char*>(std::memchr(data + begin, '\0', size_t(size - begin)));
+            const int end = nul ? int(nul - data) : size;
+            bool ascii = table->asciiIsItself();
+            for (int i = begin; ascii && i < end; ++i) ascii = static_cast<unsigned char>(data[i]) < 0x80;
+            if (ascii) {
+                std::memcpy(reserve(end - begin + 1), data + begin, size_t(end - begin));
+                at += end - begin;
+            } else {
+                const QString text = QString::fromUtf8(data + begin, end - begin);
+                char* out = reserve(qint64(text.size()) * table->longest() + 1);
+                const char16_t* unit = reinterpret_cast<const char16_t*>(text.utf16());
+                for (const char16_t* last = unit + text.size(); unit != last; ++unit) {
+                    const std::string_view bytes = table->of(*unit);
+                    std::memcpy(out, bytes.data(), bytes.size());
+                    out += bytes.size();
+                }
+                at = int(out - output.data());
+            }
+            output[at++] = '\0';
+            if (end == size) break;
+            begin = end + 1;
+        }
+        output.resize(at);
+        return Document(output);
+    }
     output.reserve(printCmd.size() + 1);
     for (int begin = 0;;) {
         int end = printCmd.indexOf('\0', begin);
