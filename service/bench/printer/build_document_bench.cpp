@@ -6,6 +6,8 @@
 #include "service_business/printer.h"
 #include "service_business/translator.h"
 
+#include "bench_home.h"
+
 #include <benchmark/benchmark.h>
 
 #include <QFile>
@@ -107,12 +109,6 @@ BENCHMARK(BM_BuildDocumentRareCharacters);
 
 int main(int argc, char** argv)
 {
-    QTemporaryDir home;
-    qputenv("SERVICE_BUSINESS_HOME", QFile::encodeName(home.path()));
     if (!randomTextsAgree()) return 1;
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return runBenchmarksInATemporaryHome(argc, argv);
 }

@@ -9,6 +9,8 @@
 #include "systemif/print_fake.h"
 #include "virtual_printer/virtual_printer.h"
 
+#include "bench_home.h"
+
 #include <benchmark/benchmark.h>
 
 #include <QFile>
@@ -138,11 +140,5 @@ BENCHMARK(BM_BuildDocument);
 
 int main(int argc, char** argv)
 {
-    QTemporaryDir home;
-    qputenv("SERVICE_BUSINESS_HOME", QFile::encodeName(home.path()));
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return runBenchmarksInATemporaryHome(argc, argv);
 }
