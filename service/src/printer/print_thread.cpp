@@ -93,13 +93,16 @@ PrintThread::~PrintThread() = default;
 bool PrintThread::push(const PrintItem& item)
 {
     int size = 0;
+    bool wake = false;
     {
         std::lock_guard<std::mutex> lock(mutex);
         if (printList.size() >= capacity) return false;
         printList.append(item);
         size = printList.size();
+        wake = idle;
     }
-    queued.notify_one();
+    // A busy worker finds the job when it comes back for the next one: waking it costs more than the job.
+    if (wake) queued.notify_one();
     dispatch_log::message(__LINE__, QStringLiteral("push print item to order list, list size: %1").arg(size));
     return true;
 }
@@ -184,7 +187,9 @@ bool PrintThread::nextJob(PrintItem& item)
             frontStarted = true;
             return true;
         }
+        idle = true;
         queued.wait_for(lock, kIdlePoll);
+        idle = false;
     }
 }
 

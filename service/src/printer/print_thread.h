@@ -87,11 +87,12 @@ private:
 
     // Lock order: PrintManager::mutex, then this mutex, then a job slot's own. Never held while printing,
     // telling a caller or waiting for anything but work.
-    mutable std::mutex mutex;        // guards printList, frontStarted and retired
+    mutable std::mutex mutex;        // guards printList, frontStarted, retired and idle
     std::condition_variable queued;  // wakes an idle worker: a job was queued, or it is retired
     QList<PrintItem> printList;      // the front item is the one being printed
     bool frontStarted = false;       // the worker has begun the front job
     bool retired = false;            // the queue has been taken away; the thread is to end
+    bool idle = false;               // the worker waits for work on `queued`
 
     // Monotonic time (ms) at which the current turn of the run loop began; kNotBusy before the first turn.
     std::atomic<qint64> busySince;

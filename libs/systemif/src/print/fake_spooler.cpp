@@ -23,12 +23,8 @@ struct FakeSpooler::State {
             if (queue.name.compare(name, Qt::CaseInsensitive) == 0) return &queue;
         return nullptr;
     }
-    Job* job(int id)
-    {
-        for (Job& job : jobs)
-            if (job.id == id) return &job;
-        return nullptr;
-    }
+    // Ids are handed out from 1 in the order jobs are appended.
+    Job* job(int id) { return id >= 1 && id <= jobs.size() ? &jobs[id - 1] : nullptr; }
 };
 
 namespace {
