@@ -24,8 +24,9 @@ using Listeners = std::map<std::string, std::set<std::string>>;
 
 class Forwarder {
 public:
-    Forwarder(zmq::socket_t intake, zmq::socket_t publish, std::shared_ptr<std::atomic<std::uint64_t>> dropped)
-        : m_intake(std::move(intake)), m_publish(std::move(publish)), m_dropped(std::move(dropped))
+    Forwarder(zmq::socket_t intake, zmq::socket_t publish, std::shared_ptr<std::atomic<std::uint64_t>> dropped,
+              std::shared_ptr<std::atomic<bool>> held)
+        : m_intake(std::move(intake)), m_publish(std::move(publish)), m_dropped(std::move(dropped)), m_held(std::move(held))
     {
     }
 
@@ -45,9 +46,10 @@ private:
     void step()
     {
         zmq::pollitem_t items[] = {{m_publish.handle(), 0, ZMQ_POLLIN, 0}, {m_intake.handle(), 0, ZMQ_POLLIN, 0}};
-        zmq::poll(items, 2, std::chrono::milliseconds(-1));
+        const bool held = m_held->load();
+        zmq::poll(items, held ? 1 : 2, std::chrono::milliseconds(held ? 10 : -1));
         if (items[0].revents & ZMQ_POLLIN) takeSubscriptions();
-        if (items[1].revents & ZMQ_POLLIN) takeHandOver();
+        if ((items[1].revents & ZMQ_POLLIN) && !m_held->load()) takeHandOver();
     }
 
     // [identity, request]: a request is the byte 1 and a topic to subscribe, or 0 and a topic to leave.
@@ -78,8 +80,12 @@ private:
     {
         Message parts;
         if (!zmq::recv_multipart(m_intake, std::back_inserter(parts), zmq::recv_flags::dontwait)) return;
-        // [identity, sequence, topic, body...]; anything else does not come from a Sender and is dropped.
-        if (parts.size() < 3 || !wire::decodeSequence(parts[1].data(), parts[1].size())) return;
+        // [identity, head, topic, body...]; anything else does not come from a Sender and is dropped. So is a
+        // message whose sender has given up on it by now: it was told that it failed.
+        if (parts.size() < 3) return;
+        const std::optional<wire::HandOverHead> head = wire::decodeHead(parts[1].data(), parts[1].size());
+        if (!head) return;
+        if (wire::systemClockMs() > head->deliverByMs) return;
         const Message frames(std::make_move_iterator(parts.begin() + 2), std::make_move_iterator(parts.end()));
         const std::string topic = frames.front().to_string();
         std::vector<std::string> gone;
@@ -90,7 +96,7 @@ private:
         // The answer to a sender that has gone is dropped by the socket.
         Message answer;
         answer.push_back(std::move(parts[0]));
-        answer.push_back(std::move(parts[1]));
+        answer.emplace_back(wire::encodeSequence(head->sequence));
         (void)zmq::send_multipart(m_intake, answer, zmq::send_flags::dontwait);
     }
 
@@ -119,6 +125,7 @@ private:
     zmq::socket_t m_publish;  // ROUTER: subscriptions from listeners, messages out to them
     Listeners m_listeners;
     std::shared_ptr<std::atomic<std::uint64_t>> m_dropped;
+    std::shared_ptr<std::atomic<bool>> m_held;
 };
 
 int boundPort(const zmq::socket_t& socket)
@@ -159,7 +166,7 @@ bool Broker::start(const std::string& host, int sendPort, int recvPort)
         m_sendPort = boundPort(intake);
         m_recvPort = boundPort(publish);
         m_dropped = std::make_shared<std::atomic<std::uint64_t>>(0);
-        m_thread = std::thread([forwarder = Forwarder(std::move(intake), std::move(publish), m_dropped)]() mutable {
+        m_thread = std::thread([forwarder = Forwarder(std::move(intake), std::move(publish), m_dropped, m_held)]() mutable {
             forwarder.run();
         });
     } catch (const std::exception& error) {

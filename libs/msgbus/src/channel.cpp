@@ -4,7 +4,13 @@
 
 #include <zmq_addon.hpp>
 
+#include <algorithm>
+
 namespace MsgBusNameSpace {
+
+namespace {
+const std::chrono::milliseconds kAnswerRoom(200);
+}  // namespace
 
 Channel::Channel(zmq::context_t& context, std::string endpoint)
     : m_context(context), m_endpoint(std::move(endpoint))
@@ -72,7 +78,13 @@ bool Channel::handOver(const Frames& frames, std::chrono::milliseconds timeout)
         zmq::socket_t& out = socket();
         if (!waitFor(ZMQ_POLLOUT, deadline)) return false;  // no broker connected: nothing was sent
         const std::uint64_t sequence = ++m_sequence;
-        const std::string head = wire::encodeSequence(sequence);
+        // The broker delivers the message only by a time that leaves its answer room to come back before the
+        // deadline, so that a message this sender reports as failed is never delivered later.
+        const auto answerRoom = std::min<std::chrono::milliseconds>(timeout / 4, kAnswerRoom);
+        const std::int64_t deliverBy =
+            wire::systemClockMs() +
+            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now() - answerRoom).count();
+        const std::string head = wire::encodeHead({sequence, deliverBy});
         // Once the first frame is accepted, ZeroMQ takes the rest of the message as a whole.
         if (!out.send(zmq::buffer(head), zmq::send_flags::sndmore | zmq::send_flags::dontwait)) return false;
         for (std::size_t i = 0; i < frames.size(); ++i) {

@@ -1,15 +1,19 @@
 #pragma once
 // Internal to msgbus, not part of its interface: the conversation between the bus's own sockets.
 //
-// Hand-over (a publisher's DEALER to the broker's ROUTER): [sequence, topic, body...]; the broker forwards
-// [topic, body...] to its subscribers and answers [sequence] once it has done so. The sequence is 8 bytes in
-// host order; it only has to match within one connection, so a late answer to an abandoned message is told
-// apart from the answer awaited now.
+// Hand-over (a publisher's DEALER to the broker's ROUTER): [head, topic, body...], the head being the
+// sequence and the time by which the message must be delivered or not at all; the broker forwards
+// [topic, body...] to its subscribers and answers [sequence] once it has done so, or drops a message whose
+// time has passed, answering nothing: its sender has been told that it failed, and it must not arrive later.
+// Both are 8 bytes in host order; the sequence only has to match within one connection, so a late answer to
+// an abandoned message is told apart from the answer awaited now. The time is in milliseconds of the system
+// clock, which the client's processes on one machine share.
 //
 // Readiness: a listener subscribes to a fresh topic that starts with kReadyPrefix after its real topics.
 // The broker answers every new subscription of that form with a one-frame message on that topic. Since a
 // listener's subscriptions reach the broker in order, the answer proves that the real ones are in force.
 
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <optional>
@@ -33,6 +37,33 @@ inline std::optional<std::uint64_t> decodeSequence(const void* data, std::size_t
     if (size != sizeof sequence) return std::nullopt;
     std::memcpy(&sequence, data, sizeof sequence);
     return sequence;
+}
+
+struct HandOverHead {
+    std::uint64_t sequence;
+    std::int64_t deliverByMs;
+};
+
+inline std::string encodeHead(const HandOverHead& head)
+{
+    std::string frame = encodeSequence(head.sequence);
+    frame.append(reinterpret_cast<const char*>(&head.deliverByMs), sizeof head.deliverByMs);
+    return frame;
+}
+
+inline std::optional<HandOverHead> decodeHead(const void* data, std::size_t size)
+{
+    HandOverHead head{};
+    if (size != sizeof head.sequence + sizeof head.deliverByMs) return std::nullopt;
+    std::memcpy(&head.sequence, data, sizeof head.sequence);
+    std::memcpy(&head.deliverByMs, static_cast<const char*>(data) + sizeof head.sequence, sizeof head.deliverByMs);
+    return head;
+}
+
+inline std::int64_t systemClockMs()
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 
 // "tcp://host:port", or "tcp://host:*" for port 0 (a free port chosen when binding).

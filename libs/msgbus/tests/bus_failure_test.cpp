@@ -107,6 +107,19 @@ TEST_F(BrokerLifecycle, IgnoresMalformedHandOvers)
     EXPECT_FALSE(rogue.recv(answer, zmq::recv_flags::dontwait)) << "a malformed hand-over was answered";
 }
 
+// A broker too busy to take a message before its Sender gives up on it drops it when it gets to it: the
+// Sender has told its caller that the message failed, and it must not arrive later.
+TEST_F(BrokerLifecycle, MessageReportedAsFailedIsNeverDeliveredLater)
+{
+    auto subscriber = listen("5");
+    m_broker.holdHandOversForTesting(true);
+    EXPECT_FALSE(publish("5", "late", 300));
+    m_broker.holdHandOversForTesting(false);
+    ASSERT_TRUE(publish("5", "in time"));
+    EXPECT_EQ(subscriber->receive(5s), (Frames{"5", "in time"})) << "the late one is dropped, not delivered";
+    EXPECT_FALSE(subscriber->receive(200ms));
+}
+
 using SenderContract = BusTest;
 
 TEST_F(SenderContract, RefusesEmptyMessagesAndOtherKindsAndTellsTheReplyCallback)

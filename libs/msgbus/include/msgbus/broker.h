@@ -39,6 +39,10 @@ public:
     // How many messages subscribers missed because their backlog was full, since the last start().
     std::uint64_t droppedMessages() const { return m_dropped ? m_dropped->load() : 0; }
 
+    // Tests: while held, the broker takes no hand-over (as one that is too busy to), so that what a Sender does
+    // meanwhile can be seen.
+    void holdHandOversForTesting(bool hold) { m_held->store(hold); }
+
     bool isRunning() const { return m_thread.joinable(); }
     int sendPort() const { return m_sendPort; }  // the bound port while running
     int recvPort() const { return m_recvPort; }
@@ -48,6 +52,7 @@ private:
     std::unique_ptr<zmq::context_t> m_context;
     std::thread m_thread;
     std::shared_ptr<std::atomic<std::uint64_t>> m_dropped;  // shared with the forwarding thread
+    std::shared_ptr<std::atomic<bool>> m_held = std::make_shared<std::atomic<bool>>(false);  // the same
     int m_subscriberBacklog = kSubscriberBacklog;
     int m_sendPort = 0;
     int m_recvPort = 0;
