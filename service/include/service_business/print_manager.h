@@ -92,6 +92,7 @@ protected:
     static PrintManager* instancePrintManager();
 
 private:
+    friend bool stopDispatchForTesting(int timeoutMs);
     PrintManager();
 
     quint64 queue(const utility_business::PrinterInfo& printer_info, const QByteArray& print_cmd,

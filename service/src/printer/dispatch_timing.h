@@ -14,5 +14,9 @@ struct DispatchTiming {
 DispatchTiming dispatchTiming();
 // Takes effect at the watchdog's next look.
 void setDispatchTimingForTesting(const DispatchTiming& timing);
+// Stops every worker (as a printer change to no printers) and waits until no thread of print dispatch is
+// left running (workers given up, closers); false when one still runs at the time-out. Tests call it before
+// the fake print services they used go away.
+bool stopDispatchForTesting(int timeoutMs);
 
 }  // namespace service_business

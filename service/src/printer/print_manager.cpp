@@ -80,6 +80,23 @@ PrintManager::~PrintManager()
     }
 }
 
+bool stopDispatchForTesting(int timeoutMs)
+{
+    PrintManager::printerHasChanged({});
+    const QDeadlineTimer deadline(timeoutMs);
+    if (!job_closer::waitUntilIdle(std::chrono::milliseconds(deadline.remainingTime()))) return false;
+    PrintManager* manager = PrintManager::instancePrintManager();
+    for (;;) {
+        {
+            std::lock_guard<std::mutex> lock(manager->mutex);
+            reap(manager->retired);
+            if (manager->retired.isEmpty()) return true;
+        }
+        if (deadline.hasExpired()) return false;
+        QThread::msleep(5);
+    }
+}
+
 PrintManager* PrintManager::instancePrintManager()
 {
     static PrintManager manager;

@@ -5,6 +5,8 @@
 
 #include "printer_test_support.h"
 
+#include "printer/dispatch_timing.h"
+
 #include "cupsd_harness.h"
 #include "virtual_printer/virtual_printer.h"
 
@@ -45,7 +47,10 @@ protected:
         if (!reason.isEmpty()) GTEST_SKIP() << "no CUPS scheduler here: " << reason.toStdString();
         ASSERT_NE(s_cups, nullptr) << "cupsd did not start";
     }
-    void TearDown() override { service_business::PrintManager::printerHasChanged({}); }
+    void TearDown() override
+    {
+        EXPECT_TRUE(service_business::stopDispatchForTesting(15000)) << "a thread of print dispatch still runs";
+    }
 
     // A virtual printer of this test, saving into a directory of its own.
     struct Device {

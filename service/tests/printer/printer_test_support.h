@@ -136,7 +136,7 @@ protected:
     void SetUp() override { service_business::setDispatchTimingForTesting(service_business::DispatchTiming()); }
     void TearDown() override
     {
-        service_business::PrintManager::printerHasChanged({});
+        EXPECT_TRUE(service_business::stopDispatchForTesting(10000)) << "a thread of print dispatch still runs";
         service_business::setDispatchTimingForTesting(service_business::DispatchTiming());
     }
 
