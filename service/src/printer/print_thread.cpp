@@ -70,6 +70,19 @@ std::optional<PrintJobSlot::Report> refusedByThePrinter(const PrinterInfo& info)
     return report;
 }
 
+// A job the printer took is printed only if the printer itself reports no trouble after it: paper that ran
+// out (or a cover opened) during the job may have cut it short.
+PrintJobSlot::Report checkedAfterJob(const PrinterInfo& info, PrintJobSlot::Report report)
+{
+    if (report.outcome != JobOutcome::Printed) return report;
+    const PrinterStatus status = Printer::printerStatus(info);
+    if (status.source != PrinterStatus::Source::Printer || !status.blocksPrinting()) return report;
+    report.outcome = JobOutcome::Unconfirmed;
+    report.reason = QStringLiteral("the printer is %1 after the job (%2): it may be partly printed")
+                        .arg(PrinterStatus::stateName(status.state), status.reason);
+    return report;
+}
+
 }  // namespace
 
 void tellOutcome(const PrintItem& item, const PrintJobSlot::Report& report)
@@ -210,17 +223,18 @@ void PrintThread::print(const PrintItem& item)
         // that is not connected is not sent the job, and its caller is not told.
         item.slot->setHandedOver(item.watch.handedOver);
         Printer::printDocBySysPrinter(item.info, item.doc, [&item](int, const QString&, bool) {
-            tellOutcome(item, item.slot->report());
+            tellOutcome(item, checkedAfterJob(item.info, item.slot->report()));
         });
         break;
     case utility_enum::PRINTER_LIBUSB: {
-        tell(deviceReport(Printer::printDocByUsbPrinter(item.info, item.doc), *item.slot));
+        tell(checkedAfterJob(item.info, deviceReport(Printer::printDocByUsbPrinter(item.info, item.doc), *item.slot)));
         break;
     }
     case utility_enum::PRINTER_USB_PRINT_SUPPORT: {
         dispatch_log::message(__LINE__, "print order by usb print support printer");
-        tell(deviceReport(systemif::print::PrintServics::printByUsbPrintSupportPrinter(item.doc, item.info.model),
-                          *item.slot));
+        tell(checkedAfterJob(
+            item.info, deviceReport(systemif::print::PrintServics::printByUsbPrintSupportPrinter(item.doc, item.info.model),
+                                    *item.slot)));
         break;
     }
     default:

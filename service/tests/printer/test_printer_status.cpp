@@ -151,3 +151,18 @@ INSTANTIATE_TEST_SUITE_P(Printers, PrinterStatusTest, ::testing::ValuesIn(kCases
                                  if (std::isalnum(static_cast<unsigned char>(*c))) name += *c;
                              return name;
                          });
+
+// Paper that runs out during a job leaves it unconfirmed: the printer took it, but may have printed a part.
+TEST_F(FakeDispatchTest, PaperThatRunsOutDuringAJobMakesItNotPrinted)
+{
+    m_fake.usbPrintSupport.attach("/dev/usb/lp0");
+    m_fake.usbPrintSupport.setPortStatusAfterWrite(0x38);
+    PrinterInfo printer = printerRecord(6, "Usb", utility_enum::PRINTER_USB_PRINT_SUPPORT);
+    printer.model = "/dev/usb/lp0";
+    PrintManager::printOrder(printer, "\x1b@Order 2\n", m_outcomes.callback(2));
+    ASSERT_TRUE(m_outcomes.waitFor(2));
+    EXPECT_EQ(m_outcomes.results(2), QList<bool>{false});
+    EXPECT_EQ(m_fake.usbPrintSupport.written("/dev/usb/lp0").size(), 1);
+    EXPECT_TRUE(m_log.containsText("sent to the printer but not confirmed: the printer is paper-out after the job "
+                                   "(the printer reports paper empty): it may be partly printed"));
+}

@@ -108,8 +108,9 @@ public:
     void detachAll();
     void setWriteResult(bool ok);
     QList<QByteArray> written(const QString& printer) const;
-    // As FakeUsbBus::setPortStatus.
+    // As FakeUsbBus::setPortStatus; the second takes effect with the next write (paper running out in a job).
     void setPortStatus(int status);
+    void setPortStatusAfterWrite(int status);
 
     QStringList printers() override;
     bool write(const QString& printer, const Document& doc) override;
@@ -121,6 +122,7 @@ private:
     QMap<QString, QList<QByteArray>> m_written;
     bool m_writeResult = true;
     int m_portStatus = 0x18;
+    int m_portStatusAfterWrite = -2;  // none
 };
 
 // Network printers' answers to status requests, per host; a host not set is silent, as a printer without

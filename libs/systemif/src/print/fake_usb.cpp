@@ -100,6 +100,7 @@ bool FakeUsbPrintSupport::write(const QString& printer, const Document& doc)
     std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_printers.contains(printer) || !m_writeResult) return false;
     m_written[printer] << doc.bytes();
+    if (m_portStatusAfterWrite != -2) m_portStatus = m_portStatusAfterWrite;
     return true;
 }
 
@@ -107,6 +108,12 @@ void FakeUsbPrintSupport::setPortStatus(int status)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_portStatus = status;
+}
+
+void FakeUsbPrintSupport::setPortStatusAfterWrite(int status)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_portStatusAfterWrite = status;
 }
 
 bool FakeUsbPrintSupport::portStatus(const QString& printer, unsigned char* status)
