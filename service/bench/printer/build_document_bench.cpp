@@ -6,7 +6,7 @@
 #include "service_business/printer.h"
 #include "service_business/translator.h"
 
-#include "bench_home.h"
+#include "bench_support.h"
 
 #include <benchmark/benchmark.h>
 
@@ -22,21 +22,6 @@ using service_business::Printer;
 namespace Translator = service_business::Translator;
 
 namespace {
-
-QString example(const char* name)
-{
-    QFile file(QStringLiteral(SB_EXAMPLES_DIR "/") + QLatin1String(name));
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
-
-QByteArray exampleReceipt()
-{
-    SummaryPrintSettings settings;
-    settings.width = QStringLiteral("80mm");
-    settings.isPrintBarcodeEnabled = true;
-    return service_business::print_cmd_formater::formatOrder(example("restaurant.json"), example("online_order.json"),
-                                                              utility_enum::ORDER_ONLINE, settings);
-}
 
 // Traditional characters, characters outside GB2312, an emoji and a stray byte, between printer commands.
 QByteArray rareReceipt()

@@ -9,7 +9,7 @@
 #include "systemif/print_fake.h"
 #include "virtual_printer/virtual_printer.h"
 
-#include "bench_home.h"
+#include "bench_support.h"
 
 #include <benchmark/benchmark.h>
 
@@ -29,22 +29,6 @@ using service_business::Printer;
 namespace {
 
 const int kJobsPerBatch = 20;
-
-QString example(const char* name)
-{
-    QFile file(QStringLiteral(SB_EXAMPLES_DIR "/") + QLatin1String(name));
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
-
-// The receipt of the example online order on 80 mm paper.
-QByteArray exampleReceipt()
-{
-    SummaryPrintSettings settings;
-    settings.width = QStringLiteral("80mm");
-    settings.isPrintBarcodeEnabled = true;
-    return service_business::print_cmd_formater::formatOrder(example("restaurant.json"), example("online_order.json"),
-                                                              utility_enum::ORDER_ONLINE, settings);
-}
 
 // Counts the outcomes of a batch of jobs.
 class Batch {

@@ -6,7 +6,7 @@
 #include "systemif/print_fake.h"
 #include "virtual_printer/virtual_printer.h"
 
-#include "bench_home.h"
+#include "bench_support.h"
 
 #include <benchmark/benchmark.h>
 
