@@ -3,7 +3,7 @@
 #include "utility_business/json_document.h"
 #include "utility_business/log.h"
 
-#include "qstring_printer.h"
+#include "qt_print.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "utility_business/utility_structs.h"
 
-#include "qstring_printer.h"
+#include "qt_print.h"
 
 #include <gtest/gtest.h>
 

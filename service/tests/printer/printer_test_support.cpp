@@ -2,63 +2,11 @@
 
 #include <QFile>
 #include <QRegularExpression>
-#include <QTemporaryDir>
 
 #include <memory>
 #include <thread>
 
-void PrintTo(const QString& text, std::ostream* out)
-{
-    *out << '"' << text.toStdString() << '"';
-}
-
-void PrintTo(const QByteArray& bytes, std::ostream* out)
-{
-    *out << bytes.size() << " bytes: " << bytes.toHex(' ').toStdString();
-}
-
 namespace printer_test {
-
-namespace {
-
-// The home of this process, set before any test runs; fixtures may move it for a test.
-class PrinterTestEnvironment : public ::testing::Environment {
-public:
-    void SetUp() override
-    {
-        ASSERT_TRUE(m_home.isValid());
-        qputenv("SERVICE_BUSINESS_HOME", QFile::encodeName(m_home.path()));
-    }
-    void TearDown() override { qunsetenv("SERVICE_BUSINESS_HOME"); }
-    QTemporaryDir m_home;
-};
-
-PrinterTestEnvironment* const g_environment =
-    static_cast<PrinterTestEnvironment*>(::testing::AddGlobalTestEnvironment(new PrinterTestEnvironment));
-
-QByteArray hexAround(const QByteArray& bytes, int offset)
-{
-    const int from = qMax(0, offset - 16);
-    return QByteArray::number(from) + ": " + bytes.mid(from, 32).toHex(' ');
-}
-
-}  // namespace
-
-QString homeDir()
-{
-    return g_environment->m_home.path();
-}
-
-::testing::AssertionResult sameBytes(const QByteArray& expected, const QByteArray& actual)
-{
-    if (expected == actual) return ::testing::AssertionSuccess();
-    int offset = 0;
-    while (offset < expected.size() && offset < actual.size() && expected[offset] == actual[offset]) ++offset;
-    return ::testing::AssertionFailure() << "the streams differ at offset " << offset << " (expected "
-                                         << expected.size() << " bytes, got " << actual.size() << ")\n  expected "
-                                         << hexAround(expected, offset).toStdString() << "\n  actual   "
-                                         << hexAround(actual, offset).toStdString();
-}
 
 int countRecords(const utility_business::log::Capture& capture, const std::string& type, const std::string& text)
 {

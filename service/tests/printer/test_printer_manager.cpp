@@ -1,6 +1,6 @@
 // The printer registry on the in-memory print services: what a collection holds, what counts as a change,
 // and the per-profile printer settings it keeps in the store.
-#include "../profile/service_home.h"
+#include "service_home.h"
 
 #include "service_business/json_db.h"
 #include "service_business/json_db_browser.h"

@@ -1,6 +1,6 @@
 // The printer registry against a real scheduler: a private cupsd whose queues come and go and are taken
 // offline, one raw queue sending to the virtual printer on 127.0.0.1 and the others on USB device URIs.
-#include "../profile/service_home.h"
+#include "service_home.h"
 
 #include "cupsd_harness.h"
 #include "virtual_printer/virtual_printer.h"

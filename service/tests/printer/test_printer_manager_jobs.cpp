@@ -1,5 +1,5 @@
 // A new collection of printers moves the queued jobs of each printer to its new id. The jobs run on the fake spooler, which can hold a job until the test lets it go.
-#include "../profile/service_home.h"
+#include "service_home.h"
 #include "printer_test_support.h"
 
 #include "service_business/print_manager.h"

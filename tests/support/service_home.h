@@ -2,13 +2,13 @@
 // A fresh home for every test: SERVICE_BUSINESS_HOME points at an empty temporary directory (a first start
 // of the client), the settings store and the profile registry start empty, and the screen is a 1280 x 720
 // one unless the test says otherwise. Whatever home the test program had comes back afterwards.
-//
-// Header-only, so that test programs of other folders can use it without linking anything of ours.
 
 #include "db/json_db_p.h"
 #include "profile/profile_manager_p.h"
 #include "service_business/profile_manager.h"
 #include "sys_info.h"
+
+#include "qt_print.h"
 
 #include "utility_business/kelmo_path_info.h"
 
@@ -20,12 +20,6 @@
 #include <QFileInfo>
 #include <QString>
 #include <QTemporaryDir>
-
-#include <ostream>
-
-// Readable failure messages for Qt texts; defined by test_support::qstring_printer, or by the test
-// program's own support library.
-void PrintTo(const QString& text, std::ostream* out);
 
 namespace test_support {
 

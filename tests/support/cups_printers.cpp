@@ -1,0 +1,87 @@
+#include "cups_printers.h"
+
+#include <QDir>
+#include <QFile>
+#include <QThread>
+
+#include <iostream>
+
+namespace test_support {
+
+CupsdHarness* CupsPrintersTest::s_cups = nullptr;
+
+void CupsPrintersTest::SetUpTestSuite()
+{
+    if (!CupsdHarness::unavailableReason().isEmpty()) return;
+    s_cups = new CupsdHarness;
+    if (!s_cups->start()) {
+        std::cerr << "cupsd did not start: " << s_cups->error().toStdString() << '\n';
+        delete s_cups;
+        s_cups = nullptr;
+    }
+}
+
+void CupsPrintersTest::TearDownTestSuite()
+{
+    delete s_cups;
+    s_cups = nullptr;
+}
+
+void CupsPrintersTest::SetUp()
+{
+    const QString reason = CupsdHarness::unavailableReason();
+    if (!reason.isEmpty()) GTEST_SKIP() << "no CUPS scheduler here: " << reason.toStdString();
+    ASSERT_NE(s_cups, nullptr) << "cupsd did not start";
+}
+
+void CupsPrintersTest::TearDown()
+{
+    if (HasFailure() && s_cups) std::cerr << s_cups->errorLog().right(4000).toStdString();
+}
+
+QByteArray CupsPrintersTest::Device::savedJob(int number) const
+{
+    QFile file(dir.filePath(QString::asprintf("job-%04d.bin", number)));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
+int CupsPrintersTest::Device::savedJobs() const
+{
+    return QDir(dir.path()).entryList({QStringLiteral("job-*.bin")}, QDir::Files).size();
+}
+
+CupsPrintersTest::Device* CupsPrintersTest::addPrinter(const QString& name, virtual_printer::Options options,
+                                                        bool escpos)
+{
+    auto device = std::make_unique<Device>();
+    EXPECT_TRUE(device->dir.isValid());
+    options.outDir = device->dir.path().toStdString();
+    device->printer = std::make_unique<virtual_printer::VirtualPrinter>(options);
+    std::string error;
+    EXPECT_TRUE(device->printer->start(&error)) << error;
+    const int port = device->printer->port();
+    EXPECT_TRUE(s_cups->addRawQueue(name, escpos ? CupsdHarness::escposUri(port) : CupsdHarness::socketUri(port)))
+        << s_cups->error().toStdString();
+    m_devices.push_back(std::move(device));
+    return m_devices.back().get();
+}
+
+bool CupsPrintersTest::waitForJobState(int jobId, int state)
+{
+    for (int i = 0; i < 2000; ++i) {
+        if (s_cups->jobState(jobId) == state) return true;
+        QThread::msleep(10);
+    }
+    return false;
+}
+
+int CupsPrintersTest::openDescriptors()
+{
+    // Qt keeps a descriptor of its own from the first thread it starts; start one before counting.
+    std::unique_ptr<QThread> first(QThread::create([] {}));
+    first->start();
+    first->wait();
+    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size();
+}
+
+}  // namespace test_support
