@@ -1,5 +1,7 @@
 #include "cupsd_harness.h"
 
+#include <algorithm>
+
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -292,6 +294,29 @@ int CupsdHarness::jobState(int jobId) const
     ippDelete(response);
     httpClose(http);
     return value;
+}
+
+QList<int> CupsdHarness::jobIds(const QString& name) const
+{
+    QList<int> ids;
+    http_t* http = httpConnect2(QFile::encodeName(socketPath()).constData(), 0, nullptr, AF_UNSPEC,
+                                HTTP_ENCRYPTION_IF_REQUESTED, 1, 5000, nullptr);
+    if (!http) return ids;
+    char uri[HTTP_MAX_URI];
+    httpAssembleURIf(HTTP_URI_CODING_ALL, uri, sizeof uri, "ipp", nullptr, "localhost", 0, "/printers/%s",
+                     name.toUtf8().constData());
+    ipp_t* request = ippNewRequest(IPP_OP_GET_JOBS);
+    ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_URI, "printer-uri", nullptr, uri);
+    ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "which-jobs", nullptr, "all");
+    ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "requested-attributes", nullptr, "job-id");
+    ipp_t* response = cupsDoRequest(http, request, "/");
+    for (ipp_attribute_t* attr = response ? ippFindAttribute(response, "job-id", IPP_TAG_INTEGER) : nullptr; attr;
+         attr = ippFindNextAttribute(response, "job-id", IPP_TAG_INTEGER))
+        ids << ippGetInteger(attr, 0);
+    ippDelete(response);
+    httpClose(http);
+    std::sort(ids.begin(), ids.end());
+    return ids;
 }
 
 }  // namespace test_support

@@ -12,6 +12,7 @@
 // and the escpos backend of this build.
 // Works as root (cupsd runs its backends as the "lp" user, so the directory is made world-readable).
 
+#include <QList>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -68,6 +69,8 @@ public:
     bool acceptJobs(const QString& name);
     // The IPP job-state of a job (3 pending ... 7 canceled, 8 aborted, 9 completed); 0 when unknown.
     int jobState(int jobId) const;
+    // The ids of every job of the queue, ended ones too, oldest first.
+    QList<int> jobIds(const QString& name) const;
 
 private:
     bool runTool(const QString& program, const QStringList& arguments);

@@ -1,0 +1,192 @@
+#include "spoolers.h"
+
+#include "cupsd_harness.h"
+
+#include "systemif/print_fake.h"
+#include "virtual_printer/virtual_printer.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QMap>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <atomic>
+#include <functional>
+#include <map>
+
+namespace test_support {
+
+namespace {
+
+using namespace std::chrono_literals;
+using systemif::print::FakeSpooler;
+using systemif::print::SpoolerJobState;
+
+bool waitUntil(const std::function<bool()>& done)
+{
+    for (int i = 0; i < 2000; ++i) {
+        if (done()) return true;
+        QThread::msleep(10);
+    }
+    return false;
+}
+
+QString uniqueName(const QString& name)
+{
+    static std::atomic<int> next{1};
+    return name + QLatin1Char('_') + QString::number(next++);
+}
+
+class FakeUnderTest : public SpoolerUnderTest {
+public:
+    QString unavailableReason() const override { return {}; }
+    QString queue(const QString& name) const override { return m_names.value(name, name); }
+    void addQueue(const QString& name) override
+    {
+        m_names[name] = uniqueName(name);
+        m_fake.spooler.addQueue(queue(name), "POS-80", "socket://192.168.1.20:9100");
+    }
+    void removeQueue(const QString& name) override { m_fake.spooler.removeQueue(queue(name)); }
+    void setStopped(const QString& name, bool stopped) override { m_fake.spooler.setStopped(queue(name), stopped); }
+    void setRejecting(const QString& name, bool rejecting) override
+    {
+        m_fake.spooler.setAcceptingJobs(queue(name), !rejecting);
+    }
+    void setPrinterOff(const QString& name, bool off) override
+    {
+        m_fake.spooler.setJobOutcome(queue(name), off ? FakeSpooler::JobOutcome::Hang : FakeSpooler::JobOutcome::Complete);
+    }
+    void setFrozen(bool frozen) override { m_fake.spooler.setFrozen(frozen); }
+    bool waitProcessing(const QString& name, int number) override
+    {
+        return waitUntil([&] { return jobState(name, number) == SpoolerJobState::Processing; });
+    }
+    bool waitCancelled(const QString& name, int number) override
+    {
+        return waitUntil([&] {
+            const SpoolerJobState state = jobState(name, number);
+            return state == SpoolerJobState::Interrupted || state == SpoolerJobState::Failed;
+        });
+    }
+    int cancelsOf(const QString& name, int number) const override { return job(name, number).cancels; }
+    QList<QByteArray> printed(const QString& name, int count) override
+    {
+        waitUntil([&] { return m_fake.spooler.printed(queue(name)).size() >= count; });
+        return m_fake.spooler.printed(queue(name));
+    }
+    void settle() override {}
+
+private:
+    FakeSpooler::Job job(const QString& name, int number) const
+    {
+        int seen = 0;
+        for (const FakeSpooler::Job& job : m_fake.spooler.jobs())
+            if (job.printer == queue(name) && ++seen == number) return job;
+        return {};
+    }
+    SpoolerJobState jobState(const QString& name, int number) const
+    {
+        const FakeSpooler::Job found = job(name, number);
+        return found.id ? found.state : SpoolerJobState::Unknown;
+    }
+
+    systemif::print::FakePrintSystem m_fake;
+    QMap<QString, QString> m_names;
+};
+
+// One cupsd for the whole test program: the print layer's threads remember the scheduler they first talked
+// to. It ends with the program.
+CupsdHarness* sharedCupsd()
+{
+    static std::unique_ptr<CupsdHarness> cups = [] {
+        auto harness = std::make_unique<CupsdHarness>();
+        return harness->start() ? std::move(harness) : nullptr;
+    }();
+    return cups.get();
+}
+
+class CupsUnderTest : public SpoolerUnderTest {
+public:
+    QString unavailableReason() const override
+    {
+        const QString reason = CupsdHarness::unavailableReason();
+        if (!reason.isEmpty()) return reason;
+        return sharedCupsd() ? QString() : QStringLiteral("cupsd did not start");
+    }
+    QString queue(const QString& name) const override { return m_names.value(name, name); }
+    void addQueue(const QString& name) override
+    {
+        Printer& printer = m_printers[name];
+        printer.dir = std::make_unique<QTemporaryDir>();
+        virtual_printer::Options options;
+        options.outDir = printer.dir->path().toStdString();
+        printer.device = std::make_unique<virtual_printer::VirtualPrinter>(options);
+        std::string error;
+        EXPECT_TRUE(printer.device->start(&error)) << error;
+        m_names[name] = uniqueName(name);
+        EXPECT_TRUE(cups()->addRawQueue(queue(name), CupsdHarness::socketUri(printer.device->port())))
+            << cups()->error().toStdString();
+    }
+    void removeQueue(const QString& name) override { cups()->deleteQueue(queue(name)); }
+    void setStopped(const QString& name, bool stopped) override
+    {
+        stopped ? cups()->stopQueue(queue(name)) : cups()->startQueue(queue(name));
+    }
+    void setRejecting(const QString& name, bool rejecting) override
+    {
+        rejecting ? cups()->rejectJobs(queue(name)) : cups()->acceptJobs(queue(name));
+    }
+    void setPrinterOff(const QString& name, bool off) override { m_printers[name].device->setRefuse(off); }
+    void setFrozen(bool frozen) override { frozen ? cups()->freeze() : cups()->thaw(); }
+    bool waitProcessing(const QString& name, int number) override { return waitForState(name, number, {5}); }
+    bool waitCancelled(const QString& name, int number) override { return waitForState(name, number, {7, 8}); }
+    int cancelsOf(const QString& name, int number) const override
+    {
+        return cups()->jobState(jobId(name, number)) == 7 ? 1 : 0;
+    }
+    QList<QByteArray> printed(const QString& name, int count) override
+    {
+        Printer& printer = m_printers[name];
+        printer.device->waitForJobs(count, 20s);
+        QList<QByteArray> jobs;
+        for (int number = 1; number <= printer.device->jobCount(); ++number) {
+            QFile file(QDir(printer.dir->path()).filePath(QString::asprintf("job-%04d.bin", number)));
+            jobs << (file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>"));
+        }
+        return jobs;
+    }
+    void settle() override { QThread::sleep(7); }
+
+private:
+    struct Printer {
+        std::unique_ptr<QTemporaryDir> dir;
+        std::unique_ptr<virtual_printer::VirtualPrinter> device;
+    };
+    static CupsdHarness* cups() { return sharedCupsd(); }
+    int jobId(const QString& name, int number) const { return cups()->jobIds(queue(name)).value(number - 1); }
+    bool waitForState(const QString& name, int number, const QList<int>& states) const
+    {
+        return waitUntil([&] { return states.contains(cups()->jobState(jobId(name, number))); });
+    }
+
+    std::map<QString, Printer> m_printers;
+    QMap<QString, QString> m_names;
+};
+
+}  // namespace
+
+std::unique_ptr<SpoolerUnderTest> makeSpooler(SpoolerKind kind)
+{
+    if (kind == SpoolerKind::Fake) return std::make_unique<FakeUnderTest>();
+    return std::make_unique<CupsUnderTest>();
+}
+
+const char* spoolerName(SpoolerKind kind)
+{
+    return kind == SpoolerKind::Fake ? "FakeSpooler" : "Cupsd";
+}
+
+}  // namespace test_support
