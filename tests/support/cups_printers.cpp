@@ -8,29 +8,23 @@
 
 namespace test_support {
 
-CupsdHarness* CupsPrintersTest::s_cups = nullptr;
-
-void CupsPrintersTest::SetUpTestSuite()
+CupsdHarness* sharedCupsd()
 {
-    if (!CupsdHarness::unavailableReason().isEmpty()) return;
-    s_cups = new CupsdHarness;
-    if (!s_cups->start()) {
-        std::cerr << "cupsd did not start: " << s_cups->error().toStdString() << '\n';
-        delete s_cups;
-        s_cups = nullptr;
-    }
-}
-
-void CupsPrintersTest::TearDownTestSuite()
-{
-    delete s_cups;
-    s_cups = nullptr;
+    if (!CupsdHarness::unavailableReason().isEmpty()) return nullptr;
+    static std::unique_ptr<CupsdHarness> cups = [] {
+        auto harness = std::make_unique<CupsdHarness>();
+        if (harness->start()) return harness;
+        std::cerr << "cupsd did not start: " << harness->error().toStdString() << '\n';
+        return std::unique_ptr<CupsdHarness>();
+    }();
+    return cups.get();
 }
 
 void CupsPrintersTest::SetUp()
 {
     const QString reason = CupsdHarness::unavailableReason();
     if (!reason.isEmpty()) GTEST_SKIP() << "no CUPS scheduler here: " << reason.toStdString();
+    s_cups = sharedCupsd();
     ASSERT_NE(s_cups, nullptr) << "cupsd did not start";
 }
 

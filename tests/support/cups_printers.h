@@ -19,10 +19,11 @@
 
 namespace test_support {
 
+// The cupsd of this test program, started at the first call; null when it cannot run or did not start.
+CupsdHarness* sharedCupsd();
+
 class CupsPrintersTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite();
-    static void TearDownTestSuite();
     // Skips the test where cupsd cannot run; fails it when cupsd did not start.
     void SetUp() override;
     // Shows the end of the scheduler's error log when the test failed.
@@ -44,7 +45,7 @@ protected:
     // Descriptors open in this process (after Qt's own first-thread descriptor exists).
     static int openDescriptors();
 
-    static CupsdHarness* s_cups;
+    inline static CupsdHarness* s_cups = nullptr;
     std::vector<std::unique_ptr<Device>> m_devices;
 };
 

@@ -1,6 +1,6 @@
 #include "spoolers.h"
 
-#include "cupsd_harness.h"
+#include "cups_printers.h"
 
 #include "systemif/print_fake.h"
 #include "virtual_printer/virtual_printer.h"
@@ -96,17 +96,6 @@ private:
     systemif::print::FakePrintSystem m_fake;
     QMap<QString, QString> m_names;
 };
-
-// One cupsd for the whole test program: the print layer's threads remember the scheduler they first talked
-// to. It ends with the program.
-CupsdHarness* sharedCupsd()
-{
-    static std::unique_ptr<CupsdHarness> cups = [] {
-        auto harness = std::make_unique<CupsdHarness>();
-        return harness->start() ? std::move(harness) : nullptr;
-    }();
-    return cups.get();
-}
 
 class CupsUnderTest : public SpoolerUnderTest {
 public:

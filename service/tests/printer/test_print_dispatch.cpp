@@ -1,25 +1,37 @@
-// Print dispatch on the fake print services: queues, workers, the print path of each printer type, the
-// outcomes told to callers and the log records. No worker is killed here (see test_print_watchdog.cpp).
+// The print dispatch contract: receipts queued with PrintManager::printOrder, their workers, the watchdog and
+// printer changes, run on the in-memory spooler (the watchdog's limit shortened) and on a private cupsd with
+// the real ten seconds (SB_SPOOLER picks one). Every job is told once; a job told false never prints.
 #include "printer_test_support.h"
 
+#include "printer/job_closer.h"
+#include "service_business/print_cmd_formater.h"
 #include "service_business/print_manager.h"
 #include "service_business/printer.h"
 
+#include "spoolers.h"
+
 #include <gtest/gtest.h>
 
-#include <QList>
+#include <QElapsedTimer>
+#include <QFile>
 
+#include <atomic>
+
+using namespace std::chrono_literals;
 using namespace utility_business;
 using namespace printer_test;
+using service_business::DispatchTiming;
 using service_business::PrintManager;
 using service_business::Printer;
-using systemif::print::FakeSpooler;
-using systemif::print::UsbDevice;
+using test_support::SpoolerKind;
 
 namespace {
 
-const std::string kPrintManagerUnit = "src/printer/print_manager";
-const std::string kPrinterUnit = "src/printer/printer";
+QString example(const char* name)
+{
+    QFile file(QStringLiteral(SB_EXAMPLES_DIR "/") + QLatin1String(name));
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
 
 QByteArray receipt(int number)
 {
@@ -31,209 +43,159 @@ QByteArray document(int number)
     return Printer::buildDocument(receipt(number)).bytes();
 }
 
-// The entry record of an operation of the service, without arguments.
-std::string entryOf(const std::string& operation)
-{
-    return "name:\tservice_business::" + operation + "\narguments:\t";
-}
-
-std::string pushedTo(const std::string& worker)
-{
-    return "push print cmd to thread [" + worker + "]";
-}
-
-class PrintDispatch : public FakeDispatchTest {
+class PrintDispatchContract : public ::testing::TestWithParam<SpoolerKind> {
 protected:
-    void print(const PrinterInfo& printer, int number)
+    void SetUp() override
     {
-        PrintManager::printOrder(printer, receipt(number), m_outcomes.callback(number));
+        m_spooler = test_support::makeSpooler(GetParam());
+        const QString reason = m_spooler->unavailableReason();
+        if (!reason.isEmpty()) GTEST_SKIP() << "no CUPS scheduler here: " << reason.toStdString();
+        if (GetParam() == SpoolerKind::Fake) m_timing = DispatchTiming{300, 50};
+        service_business::setDispatchTimingForTesting(m_timing);
+        m_spooler->addQueue("Kitchen");
+        m_spooler->addQueue("Bar");
+    }
+    void TearDown() override
+    {
+        EXPECT_TRUE(service_business::stopDispatchForTesting(15000)) << "a thread of print dispatch still runs";
+        service_business::setDispatchTimingForTesting(DispatchTiming());
     }
 
-    bool waitForPops(int count)
+    // A network printer record of the queue, under the id.
+    PrinterInfo record(int id, const QString& queue) const
     {
-        return waitForRecords(m_log, "message", "pop front print item, print list size: 0", count);
+        return printerRecord(id, m_spooler->queue(queue), utility_enum::PRINTER_SYSTEM_NETWORK);
     }
+    void print(int id, const QString& queue, int number)
+    {
+        PrintManager::printOrder(record(id, queue), receipt(number), m_outcomes.callback(number));
+    }
+    // The queue printed nothing, also once its printer is back and whatever might still come has come.
+    void expectNeverPrints(const QString& queue)
+    {
+        m_spooler->setPrinterOff(queue, false);
+        m_spooler->settle();
+        EXPECT_TRUE(m_spooler->printed(queue, 0).isEmpty()) << queue.toStdString();
+    }
+
+    std::unique_ptr<test_support::SpoolerUnderTest> m_spooler;
+    DispatchTiming m_timing;
+    CallbackLog m_outcomes;
+    utility_business::log::Capture m_log;
 };
 
 }  // namespace
 
-TEST_F(PrintDispatch, SpoolerJobIsToldTrueOnceThePrinterHasPrintedIt)
+TEST_P(PrintDispatchContract, OrderFromTheFormatterArrivesAtThePrinterByteForByteAndIsToldTrue)
 {
-    m_fake.spooler.addQueue("Kitchen", "POS-80 Series", "socket://192.168.1.20:9100");
-    const PrinterInfo kitchen = printerRecord(1, "Kitchen", utility_enum::PRINTER_SYSTEM_NETWORK);
-    print(kitchen, 1);
+    SummaryPrintSettings settings;
+    settings.width = QStringLiteral("80mm");
+    settings.isPrintBarcodeEnabled = true;
+    const QByteArray order = service_business::print_cmd_formater::formatOrder(
+        example("restaurant.json"), example("online_order.json"), utility_enum::ORDER_ONLINE, settings);
+    ASSERT_FALSE(order.isEmpty());
+    PrintManager::printOrder(record(1, "Kitchen"), order, m_outcomes.callback(1));
     ASSERT_TRUE(m_outcomes.waitFor(1));
-    ASSERT_TRUE(waitForPops(1));
-
     EXPECT_EQ(m_outcomes.results(1), QList<bool>{true});
-    ASSERT_EQ(m_fake.spooler.printed("Kitchen").size(), 1);
-    EXPECT_TRUE(sameBytes(document(1), m_fake.spooler.printed("Kitchen").first()));
-
-    const std::string worker = workerOf(m_log, 1);
-    ASSERT_FALSE(worker.empty());
-    // The caller's lines and the worker's lines each keep their order; the two threads interleave freely.
-    std::vector<std::string> callerTexts, workerTexts;
-    for (const auto& record : m_log.records()) {
-        const bool ofPrinter = record.text.rfind("name:\tservice_business::Printer::", 0) == 0;
-        EXPECT_EQ(record.unit, ofPrinter ? kPrinterUnit : kPrintManagerUnit);
-        const bool ofWorker =
-            ofPrinter || record.text.rfind("pop front", 0) == 0 || record.text.rfind("print job [", 0) == 0;
-        (ofWorker ? workerTexts : callerTexts).push_back(record.text);
-    }
-    const std::vector<std::string> expectedCaller{
-        "name:\tservice_business::PrintManager::printOrder\narguments:\t" + kitchen.toJson().toStdString(),
-        "create printer [1] work thread [" + worker + "]",
-        "push print item to order list, list size: 1",
-        pushedTo(worker),
-    };
-    const std::vector<std::string> expectedWorker{
-        "name:\tservice_business::Printer::printDocBySysPrinter\narguments:\t",
-        "print job [1] on printer [1], spooler job [1]: printed: the printer took the whole job",
-        "pop front print item, print list size: 0",
-    };
-    EXPECT_EQ(callerTexts, expectedCaller);
-    EXPECT_EQ(workerTexts, expectedWorker);
+    const QList<QByteArray> printed = m_spooler->printed("Kitchen", 1);
+    ASSERT_EQ(printed.size(), 1);
+    EXPECT_BYTES(Printer::buildDocument(order).bytes(), printed[0]);
 }
 
-TEST_F(PrintDispatch, SpoolerJobThatFailsIsToldFalse)
+TEST_P(PrintDispatchContract, JobOnAStoppedQueueIsToldFalseAndNeverPrintsLater)
 {
-    m_fake.spooler.addQueue("Bar", "XP-58", "usb://Vendor/XP-58");
-    m_fake.spooler.setJobOutcome("Bar", FakeSpooler::JobOutcome::Fail);
-    print(printerRecord(2, "Bar", utility_enum::PRINTER_SYSTEM_LOCAL), 1);
-    m_fake.spooler.setJobOutcome("Bar", FakeSpooler::JobOutcome::Refuse);
-    print(printerRecord(2, "Bar", utility_enum::PRINTER_SYSTEM_LOCAL), 2);
-    ASSERT_TRUE(m_outcomes.waitForTotal(2));
+    m_spooler->setStopped("Kitchen", true);
+    print(1, "Kitchen", 1);
+    ASSERT_TRUE(m_outcomes.waitFor(1));
     EXPECT_EQ(m_outcomes.results(1), QList<bool>{false});
-    EXPECT_EQ(m_outcomes.results(2), QList<bool>{false});
-    EXPECT_TRUE(m_fake.spooler.printed("Bar").isEmpty());
+    m_spooler->setStopped("Kitchen", false);
+    expectNeverPrints("Kitchen");
 }
 
-TEST_F(PrintDispatch, JobOnAnUnconnectedSpoolerPrinterIsDroppedWithoutCallback)
+// The watchdog gives a job that its printer never takes up at its first look after the limit: the caller
+// hears false, the job is cancelled at the spooler so that it never prints, and the next job of the same
+// printer id (on another queue here, as a jammed printer gives no job a chance) prints on a new worker.
+TEST_P(PrintDispatchContract, JobThatNeverPrintsIsToldFalseAfterTheLimitAndTheNextJobPrints)
 {
-    m_fake.spooler.addQueue("Kitchen", "POS-80 Series", "socket://192.168.1.20:9100");
-    print(printerRecord(3, "Kitchen", utility_enum::PRINTER_SYSTEM_NETWORK, false), 1);
-    ASSERT_TRUE(waitForPops(1));
-    EXPECT_EQ(m_outcomes.total(), 0);
-    EXPECT_TRUE(m_fake.spooler.jobs().isEmpty());
-    EXPECT_EQ(countRecords(m_log, "error", "printer not connected"), 1);
-}
-
-TEST_F(PrintDispatch, UsbJobIsWrittenToItsDeviceAndAFailedWriteOrMissingDeviceIsToldFalse)
-{
-    m_fake.usbPrintSupport.attach("/dev/usb/lp0");
-    PrinterInfo usb = printerRecord(4, QStringLiteral("Usb打印支持1"), utility_enum::PRINTER_USB_PRINT_SUPPORT);
-    usb.model = QStringLiteral("/dev/usb/lp0");
-    m_fake.usbBus.attach({"001", "004", {kSupportedVendor, kSupportedProduct}, true});
-    const PrinterInfo libusb = printerRecord(5, QStringLiteral("Libusb打印机"), utility_enum::PRINTER_LIBUSB);
-    print(usb, 1);
-    print(libusb, 3);
-    ASSERT_TRUE(m_outcomes.waitForTotal(2));
-    m_fake.usbPrintSupport.setWriteResult(false);
-    m_fake.usbBus.detachAll();
-    print(usb, 2);
-    print(libusb, 4);
-    ASSERT_TRUE(m_outcomes.waitForTotal(4));
-
-    for (int number : {1, 3}) EXPECT_EQ(m_outcomes.results(number), QList<bool>{true}) << number;
-    for (int number : {2, 4}) EXPECT_EQ(m_outcomes.results(number), QList<bool>{false}) << number;
-    EXPECT_EQ(m_fake.usbPrintSupport.written("/dev/usb/lp0"), QList<QByteArray>{document(1)});
-    EXPECT_EQ(m_fake.usbBus.written("004"), QList<QByteArray>{document(3)});
-    EXPECT_EQ(countRecords(m_log, "message", "print order by usb print support printer"), 2);
-    EXPECT_EQ(countRecords(m_log, "error", "can not find libusb printer"), 1);
-    EXPECT_EQ(countRecords(m_log, "function", entryOf("Printer::printDocByUsbPrinter")), 2);
-}
-
-TEST_F(PrintDispatch, RecordOfAnotherTypeIsDequeuedWithoutPrintingOrCallback)
-{
-    m_fake.spooler.addQueue("Kitchen", "POS-80 Series", "usb://Vendor/TM-T20");
-    m_fake.usbPrintSupport.attach("Kitchen");
-    print(printerRecord(6, "Kitchen", utility_enum::PRINTER_UNUSABLE), 1);
-    ASSERT_TRUE(waitForPops(1));
-    print(printerRecord(6, "Kitchen", utility_enum::PrinterType(7)), 2);
-    ASSERT_TRUE(waitForPops(2));
-    // The worker goes on: a job for a printer that can print still prints.
-    PrinterInfo usb = printerRecord(6, "Usb", utility_enum::PRINTER_USB_PRINT_SUPPORT);
-    usb.model = QStringLiteral("Kitchen");
-    print(usb, 3);
-    ASSERT_TRUE(m_outcomes.waitFor(3));
-
-    EXPECT_EQ(m_outcomes.order(), QList<int>{3});
-    EXPECT_TRUE(m_fake.spooler.jobs().isEmpty());
-    EXPECT_EQ(m_fake.usbPrintSupport.written("Kitchen").size(), 1);
-}
-
-TEST_F(PrintDispatch, The51stJobInAQueueIsDroppedAndNeverToldButStillLogged)
-{
-    m_fake.usbPrintSupport.attach("/dev/usb/lp0");
-    PrinterInfo usb = printerRecord(8, "Usb", utility_enum::PRINTER_USB_PRINT_SUPPORT);
-    usb.model = QStringLiteral("/dev/usb/lp0");
-    Gate gate;  // holds the first job's worker until every job is queued
-    PrintManager::printOrder(usb, receipt(1), [&](bool ok) {
-        gate.pass();
+    m_spooler->setPrinterOff("Kitchen", true);
+    QElapsedTimer sinceQueued;
+    sinceQueued.start();
+    std::atomic<qint64> toldAfterMs{-1};
+    PrintManager::printOrder(record(40, "Kitchen"), receipt(1), [&](bool ok) {
+        toldAfterMs = sinceQueued.elapsed();
         m_outcomes.callback(1)(ok);
     });
-    ASSERT_TRUE(gate.waitForArrival());
-    for (int number = 2; number <= 51; ++number) print(usb, number);
+    ASSERT_TRUE(m_spooler->waitProcessing("Kitchen", 1));
+    print(40, "Bar", 2);
 
-    const std::string worker = workerOf(m_log, 8);
-    EXPECT_EQ(countRecords(m_log, "message", pushedTo(worker)), 51);
-    EXPECT_EQ(countRecords(m_log, "message", "push print item to order list, list size: 50"), 1);
-    EXPECT_EQ(countRecords(m_log, "message", "push print item to order list, list size: 51"), 0);
-
-    gate.open();
-    ASSERT_TRUE(m_outcomes.waitForTotal(50));
-    ASSERT_TRUE(waitForPops(1));
-    QList<int> printedInOrder;
-    for (int number = 1; number <= 50; ++number) printedInOrder << number;
-    EXPECT_EQ(m_outcomes.order(), printedInOrder);
-    EXPECT_TRUE(m_outcomes.results(51).isEmpty());
-    EXPECT_EQ(m_fake.usbPrintSupport.written("/dev/usb/lp0").size(), 50);
+    ASSERT_TRUE(m_outcomes.waitFor(1));
+    EXPECT_EQ(m_outcomes.results(1), QList<bool>{false});
+    EXPECT_GE(toldAfterMs, m_timing.jobLimitMs - 50);
+    EXPECT_LE(toldAfterMs, m_timing.jobLimitMs + 2 * m_timing.watchdogPeriodMs + 500);
+    EXPECT_TRUE(m_spooler->waitCancelled("Kitchen", 1));
+    ASSERT_TRUE(m_outcomes.waitFor(2));
+    EXPECT_EQ(m_outcomes.results(2), QList<bool>{true});
+    EXPECT_EQ(m_spooler->printed("Bar", 1), QList<QByteArray>{document(2)});
+    EXPECT_TRUE(m_log.containsText(QStringLiteral("sent to the printer but not confirmed: given up after %1 s")
+                                       .arg(m_timing.jobLimitMs / 1000.0)
+                                       .toStdString()));
+    expectNeverPrints("Kitchen");
 }
 
-TEST_F(PrintDispatch, PrinterChangeMovesAWorkerWithItsQueueToTheNewId)
+// Job 1's callback holds its worker past the limit and, once the watchdog has given that worker up, queues
+// job 2: the schedule in which a watchdog that waited for the worker under its lock hung for good.
+TEST_P(PrintDispatchContract, CallbackThatQueuesAJobWhileTheWatchdogGivesItsWorkerUpNeverDeadlocks)
 {
-    m_fake.usbPrintSupport.attach("/dev/usb/lp0");
-    m_fake.usbPrintSupport.attach("/dev/usb/lp1");
-    PrinterInfo moved = printerRecord(3, "Usb1", utility_enum::PRINTER_USB_PRINT_SUPPORT);
-    moved.model = QStringLiteral("/dev/usb/lp0");
-    PrinterInfo gone = printerRecord(5, "Usb2", utility_enum::PRINTER_USB_PRINT_SUPPORT);
-    gone.model = QStringLiteral("/dev/usb/lp1");
-    print(gone, 10);
-    ASSERT_TRUE(m_outcomes.waitFor(10));
-    ASSERT_TRUE(waitForPops(1));
-
-    Gate gate;
-    PrintManager::printOrder(moved, receipt(1), [&](bool ok) {
-        gate.pass();
-        m_outcomes.callback(1)(ok);
+    PrintManager::printOrder(record(41, "Kitchen"), receipt(1), [&](bool printed) {
+        m_outcomes.callback(1)(printed);
+        EXPECT_TRUE(waitForRecords(m_log, "function",
+                                   "name:\tservice_business::PrintThread::cancelPrintCurrentOrder\narguments:\t"));
+        print(41, "Kitchen", 2);
     });
-    ASSERT_TRUE(gate.waitForArrival());
-    print(moved, 2);
-    print(moved, 3);
-    const std::string worker = workerOf(m_log, 3);
-
-    PrintManager::printerHasChanged({{7, 3}});
-    // Printer 5 had no job left: its worker stops without anyone being told anything.
-    EXPECT_EQ(countRecords(m_log, "function", entryOf("PrintThread::cancelAllAndStop")), 1);
-    EXPECT_EQ(m_outcomes.order(), QList<int>{10});
-
-    moved.id = 7;
-    print(moved, 4);
-    EXPECT_TRUE(workerOf(m_log, 7).empty());
-    EXPECT_EQ(countRecords(m_log, "message", pushedTo(worker)), 4);
-
-    gate.open();
-    ASSERT_TRUE(m_outcomes.waitForTotal(5));
-    EXPECT_EQ(m_outcomes.order(), (QList<int>{10, 1, 2, 3, 4}));
-    for (int number = 1; number <= 4; ++number) EXPECT_EQ(m_outcomes.results(number), QList<bool>{true}) << number;
-    EXPECT_EQ(m_fake.usbPrintSupport.written("/dev/usb/lp0"),
-              (QList<QByteArray>{document(1), document(2), document(3), document(4)}));
-
-    // The old id is no one's any more: its next job makes a worker of its own.
-    m_log.clear();
-    moved.id = 3;
-    print(moved, 5);
-    ASSERT_TRUE(m_outcomes.waitFor(5));
-    EXPECT_FALSE(workerOf(m_log, 3).empty());
-    EXPECT_NE(workerOf(m_log, 3), worker);
+    ASSERT_TRUE(m_outcomes.waitFor(2));
+    EXPECT_EQ(m_outcomes.results(1), QList<bool>{true});
+    EXPECT_EQ(m_outcomes.results(2), QList<bool>{true});
 }
+
+// The spooler stops answering while a job waits for a printer that never takes it: queuing another job still
+// returns at once, the job is told false in time, and once the spooler answers again it is cancelled.
+TEST_P(PrintDispatchContract, FrozenSpoolerNeitherBlocksCallersNorDelaysTheVerdictAndTheJobNeverPrints)
+{
+    m_spooler->setPrinterOff("Kitchen", true);
+    print(42, "Kitchen", 1);
+    ASSERT_TRUE(m_spooler->waitProcessing("Kitchen", 1));
+    m_spooler->setFrozen(true);
+    QElapsedTimer call;
+    call.start();
+    print(43, "Bar", 2);
+    EXPECT_LT(call.elapsed(), 50) << "queuing never waits for the spooler";
+
+    ASSERT_TRUE(m_outcomes.waitFor(1));
+    EXPECT_EQ(m_outcomes.results(1), QList<bool>{false});
+    m_spooler->setFrozen(false);
+    EXPECT_TRUE(service_business::job_closer::waitUntilIdle(10s));
+    EXPECT_TRUE(m_spooler->waitCancelled("Kitchen", 1)) << "cancelled once the spooler answers again";
+    ASSERT_TRUE(m_outcomes.waitFor(2));
+    EXPECT_EQ(m_outcomes.results(1), QList<bool>{false}) << "told once";
+    expectNeverPrints("Kitchen");
+}
+
+TEST_P(PrintDispatchContract, PrinterChangeStopsABusyWorkerAndEachOfItsJobsIsToldFalse)
+{
+    service_business::setDispatchTimingForTesting(DispatchTiming());
+    m_spooler->setPrinterOff("Kitchen", true);
+    for (int number : {11, 12, 13}) print(20, "Kitchen", number);
+    ASSERT_TRUE(m_spooler->waitProcessing("Kitchen", 1));
+
+    PrintManager::printerHasChanged({{30, 21}});
+
+    ASSERT_TRUE(m_outcomes.waitForTotal(3));
+    for (int number : {11, 12, 13}) EXPECT_EQ(m_outcomes.results(number), QList<bool>{false}) << number;
+    EXPECT_TRUE(m_spooler->waitCancelled("Kitchen", 1)) << "the job under way is cancelled at the spooler";
+    EXPECT_EQ(countRecords(m_log, "function", "name:\tservice_business::PrintThread::cancelAllAndStop\narguments:\t"),
+              1);
+    expectNeverPrints("Kitchen");
+}
+
+INSTANTIATE_TEST_SUITE_P(On, PrintDispatchContract, ::testing::Values(SpoolerKind::SB_SPOOLER),
+                         [](const auto& info) { return std::string(test_support::spoolerName(info.param)); });

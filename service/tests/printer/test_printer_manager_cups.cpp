@@ -2,7 +2,9 @@
 // offline, one raw queue sending to the virtual printer on 127.0.0.1 and the others on USB device URIs.
 #include "service_home.h"
 
-#include "cupsd_harness.h"
+#include "callback_log.h"
+#include "cups_printers.h"
+#include "printer/dispatch_timing.h"
 #include "virtual_printer/virtual_printer.h"
 
 #include "service_business/json_db.h"
@@ -10,12 +12,16 @@
 #include "service_business/print_manager.h"
 #include "service_business/printer_manager.h"
 
+#include <QElapsedTimer>
 #include <QTemporaryDir>
+
+#include <thread>
 
 using namespace service_business;
 using namespace utility_business;
 using namespace utility_business::utility_enum;
 using service_business::json_db::JsonDB;
+using service_business::stopDispatchForTesting;
 using test_support::CupsdHarness;
 
 namespace {
@@ -57,33 +63,24 @@ QStringList enabledCopies(int profileId)
 // each test gets a virtual printer of its own and deletes the queues it added.
 class RegistryOnCups : public test_support::ServiceHomeTest {
 protected:
-    static void SetUpTestSuite()
-    {
-        if (!CupsdHarness::unavailableReason().isEmpty()) return;
-        s_cups = new CupsdHarness;
-        if (!s_cups->start()) s_startError = s_cups->error();
-    }
-    static void TearDownTestSuite()
-    {
-        delete s_cups;
-        s_cups = nullptr;
-    }
     void SetUp() override
     {
         ServiceHomeTest::SetUp();
         const QString reason = CupsdHarness::unavailableReason();
         if (!reason.isEmpty()) GTEST_SKIP() << "no CUPS scheduler here: " << reason.toStdString();
-        ASSERT_TRUE(s_cups && s_startError.isEmpty()) << s_startError.toStdString();
+        s_cups = test_support::sharedCupsd();
+        ASSERT_NE(s_cups, nullptr) << "cupsd did not start";
         ASSERT_TRUE(m_out.isValid());
         virtual_printer::Options options;
         options.outDir = m_out.path().toStdString();
+        options.oneAtATime = true;
         m_printer = std::make_unique<virtual_printer::VirtualPrinter>(options);
         std::string error;
         ASSERT_TRUE(m_printer->start(&error)) << error;
     }
     void TearDown() override
     {
-        PrintManager::printerHasChanged({});
+        EXPECT_TRUE(stopDispatchForTesting(15000)) << "a thread of print dispatch still runs";
         for (const QString& queue : m_queues) s_cups->deleteQueue(queue);
         m_printer.reset();
         ServiceHomeTest::TearDown();
@@ -95,10 +92,11 @@ protected:
         ASSERT_TRUE(s_cups->addRawQueue(name, QStringLiteral("usb://Vendor/%1?serial=%1").arg(name)))
             << s_cups->errorLog().toStdString();
     }
-    void addNetworkQueue(const QString& name)
+    void addNetworkQueue(const QString& name, bool escpos = false)
     {
         m_queues << name;
-        ASSERT_TRUE(s_cups->addRawQueue(name, CupsdHarness::socketUri(m_printer->port())))
+        const int port = m_printer->port();
+        ASSERT_TRUE(s_cups->addRawQueue(name, escpos ? CupsdHarness::escposUri(port) : CupsdHarness::socketUri(port)))
             << s_cups->errorLog().toStdString();
     }
     // Collects, stores the collection and says what changed against the stored one.
@@ -111,15 +109,14 @@ protected:
         return change;
     }
 
-    static CupsdHarness* s_cups;
-    static QString s_startError;
+    inline static CupsdHarness* s_cups = nullptr;
     QStringList m_queues;
     QTemporaryDir m_out;
     std::unique_ptr<virtual_printer::VirtualPrinter> m_printer;
 };
 
-CupsdHarness* RegistryOnCups::s_cups = nullptr;
-QString RegistryOnCups::s_startError;
+
+}  // namespace
 
 TEST_F(RegistryOnCups, QueueChangesGiveTheirBitsAndEnabledPrintersFollowTheirIds)
 {
@@ -170,4 +167,34 @@ TEST_F(RegistryOnCups, QueueChangesGiveTheirBitsAndEnabledPrintersFollowTheirIds
     EXPECT_EQ(update(), PRINTER_UNCHANGED);
 }
 
-}  // namespace
+// Many receipt printers serve one connection at a time; the registry's status reads never hold one while a
+// job of ours prints, and last a fraction of a second, so no job waits behind them for long or is refused.
+TEST_F(RegistryOnCups, StatusReadsOfAPrinterServingOneConnectionAtATimeNeitherHoldUpNorRefuseJobs)
+{
+    addNetworkQueue(QStringLiteral("Counter"), true);
+    ASSERT_EQ(update(), PRINTER_ADDED);
+    const PrinterInfo printer = PrinterManager::printerInfoList().at(0);
+    ASSERT_TRUE(printer.connected);
+    test_support::CallbackLog outcomes;
+    const QByteArray receipt("\x1b@Table 12\n", 11);
+    auto timedJob = [&](int number) {
+        QElapsedTimer job;
+        job.start();
+        PrintManager::printOrder(printer, receipt, outcomes.callback(number));
+        EXPECT_TRUE(outcomes.waitFor(number, std::chrono::seconds(20)));
+        EXPECT_EQ(outcomes.results(number), QList<bool>{true}) << number;
+        return job.elapsed();
+    };
+    const qint64 alone = timedJob(1);
+    PrinterManager::watchPrinterStatus(20);  // far more often than a shop's five seconds
+    for (int number = 2; number <= 11; ++number) {
+        // Gaps of different lengths between the jobs, so that reads fall between them and some job begins while
+        // a read is under way.
+        std::this_thread::sleep_for(std::chrono::milliseconds(7 * number));
+        EXPECT_LT(timedJob(number), alone + 1000) << number;
+    }
+    PrinterManager::watchPrinterStatus(0);
+    EXPECT_EQ(PrinterManager::printerStatus(printer.id).reason, "the printer says it is ready")
+        << "the watch read the printer meanwhile";
+    EXPECT_EQ(m_printer->jobCount(), 11);
+}
