@@ -1,10 +1,20 @@
-// Printer records as the spooler's queues give them: names, drivers, port names and the offline bit.
+// Printer records as the spooler's queues give them: names, drivers, port names, the TCP/IP port view and
+// the offline bit.
 #include "systemif/print.h"
+#include "systemif/ports.h"
 #include "systemif/print_fake.h"
+
+#include "qt_print.h"
 
 #include <gtest/gtest.h>
 
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
 using namespace systemif::print;
+using namespace systemif::win;
 
 namespace {
 
@@ -24,36 +34,36 @@ protected:
 
 }  // namespace
 
-TEST_F(PrinterRecords, PortNameFollowsTheDeviceOfTheQueue)
+// One table of device URIs (device_uris.json): the port name of each queue's record and, for network
+// queues, the TCP/IP port subkey the printer code reads.
+TEST_F(PrinterRecords, PortNameAndPortSubkeyFollowTheDeviceOfTheQueue)
 {
-    // USB devices are numbered in the order of their queues; two queues on one device share its port.
-    const struct {
-        const char* queue;
-        const char* uri;
-        const char* port;
-    } cases[] = {
-        {"C", "usb://Vendor/Second?serial=2", "USB002"},
-        {"A", "usb://Vendor/First?serial=1", "USB001"},
-        {"B", "usb://Vendor/First?serial=1", "USB001"},
-        {"lp0", "parallel:/dev/lp0", "LPT1"},
-        {"lp2", "parallel:/dev/lp2", "LPT3"},
-        {"onboard", "serial:/dev/ttyS0?baud=9600", "COM1"},
-        {"adapter", "serial:/dev/ttyUSB0?baud=115200", "COM101"},
-        {"cdc", "serial:/dev/ttyACM1", "COM202"},
-        {"bluetooth", "serial:/dev/rfcomm0", "COM301"},
-        {"raw", "socket://192.168.1.20:9100", "IP_192.168.1.20"},
-        {"ipp", "ipp://printer.example/ipp/print", "IP_printer.example"},
-        {"ipps", "ipps://secure.example:8631/ipp/print", "IP_secure.example"},
-        {"lpd", "lpd://10.0.0.7/queue", "IP_10.0.0.7"},
-        {"http", "http://10.0.0.8:631/printers/x", "IP_10.0.0.8"},
-        {"v6", "socket://[fe80::1]:9100", "IP_fe80__1"},  // no colon, which the service would cut the name at
-        {"file", "file:/dev/null", "file"},
-        {"dnssd", "dnssd://Printer._ipp._tcp.local/", "dnssd"},
-        {"odd", "parallel:/dev/parport0", "parallel"},
-        {"none", "", ""},
-    };
-    for (const auto& c : cases) fake.spooler.addQueue(c.queue, "", c.uri);
-    for (const auto& c : cases) EXPECT_EQ(portOf(c.queue), c.port) << c.uri;
+    QFile file(QStringLiteral(SB_PRINT_CASES_DIR "/device_uris.json"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QJsonArray queues = QJsonDocument::fromJson(file.readAll()).object().value("queues").toArray();
+    ASSERT_FALSE(queues.isEmpty());
+    for (const QJsonValue queue : queues)
+        fake.spooler.addQueue(queue["queue"].toString(), "", queue["uri"].toString());
+    const auto key = RegKey::getExistKey(HKEY_LOCAL_MACHINE, kStandardTcpIpPortsKey, KEY_READ);
+    ASSERT_TRUE(key);
+    QStringList subkeys;
+    for (const QJsonValue queue : queues) {
+        const std::string uri = queue["uri"].toString().toStdString();
+        const QString port = queue["port"].toString();
+        EXPECT_EQ(portOf(queue["queue"].toString()), port) << uri;
+        const QJsonObject view = queue["view"].toObject();
+        if (view.isEmpty()) continue;
+        subkeys << port;
+        const auto subkey = key->subKey(port);
+        ASSERT_TRUE(subkey) << uri;
+        for (const QString name : {"IPAddress", "HostName"})
+            EXPECT_EQ(subkey->value(name)->toString("none"), view[name].toString()) << uri << ' ' << name.toStdString();
+        EXPECT_EQ(subkey->value("PortNumber")->toInt(-1), view["PortNumber"].toInt()) << uri;
+    }
+    QStringList actual = key->subKeyNames();
+    actual.sort();
+    subkeys.sort();
+    EXPECT_EQ(actual, subkeys);
 }
 
 TEST_F(PrinterRecords, StoppedOrRejectingQueueWorksOffline)
