@@ -69,7 +69,7 @@ bool CupsPrintersTest::waitForJobState(int jobId, int state)
     return false;
 }
 
-int CupsPrintersTest::openDescriptors()
+int openDescriptors()
 {
     // Qt keeps a descriptor of its own from the first thread it starts; start one before counting.
     std::unique_ptr<QThread> first(QThread::create([] {}));

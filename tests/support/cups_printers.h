@@ -22,6 +22,9 @@ namespace test_support {
 // The cupsd of this test program, started at the first call; null when it cannot run or did not start.
 CupsdHarness* sharedCupsd();
 
+// Descriptors open in this process (after Qt's own first-thread descriptor exists).
+int openDescriptors();
+
 class CupsPrintersTest : public ::testing::Test {
 protected:
     // Skips the test where cupsd cannot run; fails it when cupsd did not start.
@@ -42,8 +45,6 @@ protected:
 
     // Waits until the scheduler reports the job in the IPP state; false after 20 s (a hang guard).
     static bool waitForJobState(int jobId, int state);
-    // Descriptors open in this process (after Qt's own first-thread descriptor exists).
-    static int openDescriptors();
 
     inline static CupsdHarness* s_cups = nullptr;
     std::vector<std::unique_ptr<Device>> m_devices;

@@ -71,6 +71,11 @@ public:
             return state == SpoolerJobState::Interrupted || state == SpoolerJobState::Failed;
         });
     }
+    bool finishPrinted(const QString& name, int number) override
+    {
+        m_fake.spooler.finishJob(job(name, number).id, true);
+        return true;
+    }
     int cancelsOf(const QString& name, int number) const override { return job(name, number).cancels; }
     QList<QByteArray> printed(const QString& name, int count) override
     {
@@ -132,6 +137,7 @@ public:
     void setFrozen(bool frozen) override { frozen ? cups()->freeze() : cups()->thaw(); }
     bool waitProcessing(const QString& name, int number) override { return waitForState(name, number, {5}); }
     bool waitCancelled(const QString& name, int number) override { return waitForState(name, number, {7, 8}); }
+    bool finishPrinted(const QString&, int) override { return false; }
     int cancelsOf(const QString& name, int number) const override
     {
         return cups()->jobState(jobId(name, number)) == 7 ? 1 : 0;

@@ -4,6 +4,8 @@
 // lead to virtual printers on 127.0.0.1 (the real thing). Queue names are the test's own; each spooler
 // maps them to names unique in the process, so that no test sees another's jobs.
 
+#include <gtest/gtest.h>
+
 #include <QByteArray>
 #include <QList>
 #include <QString>
@@ -37,6 +39,8 @@ public:
     virtual bool waitProcessing(const QString& name, int number) = 0;
     // Waits until that job is cancelled at the spooler; false after 20 s.
     virtual bool waitCancelled(const QString& name, int number) = 0;
+    // Ends the job as printed, as its printer would; false where the spooler cannot do that on demand (cupsd).
+    virtual bool finishPrinted(const QString& name, int number) = 0;
     // How many requests to cancel the job reached the spooler.
     virtual int cancelsOf(const QString& name, int number) const = 0;
     // What the queue's printer received, job by job, once `count` jobs have arrived (or 20 s have passed).
@@ -49,5 +53,19 @@ public:
 std::unique_ptr<SpoolerUnderTest> makeSpooler(SpoolerKind kind);
 const char* spoolerName(SpoolerKind kind);
 inline void PrintTo(SpoolerKind kind, std::ostream* out) { *out << spoolerName(kind); }
+
+// The base of a contract suite: m_spooler is the spooler of the test's parameter; the test skips where it
+// cannot run.
+class SpoolerContractTest : public ::testing::TestWithParam<SpoolerKind> {
+protected:
+    void SetUp() override
+    {
+        m_spooler = makeSpooler(GetParam());
+        const QString reason = m_spooler->unavailableReason();
+        if (!reason.isEmpty()) GTEST_SKIP() << "no CUPS scheduler here: " << reason.toStdString();
+    }
+
+    std::unique_ptr<SpoolerUnderTest> m_spooler;
+};
 
 }  // namespace test_support

@@ -43,13 +43,12 @@ QByteArray document(int number)
     return Printer::buildDocument(receipt(number)).bytes();
 }
 
-class PrintDispatchContract : public ::testing::TestWithParam<SpoolerKind> {
+class PrintDispatchContract : public test_support::SpoolerContractTest {
 protected:
     void SetUp() override
     {
-        m_spooler = test_support::makeSpooler(GetParam());
-        const QString reason = m_spooler->unavailableReason();
-        if (!reason.isEmpty()) GTEST_SKIP() << "no CUPS scheduler here: " << reason.toStdString();
+        SpoolerContractTest::SetUp();
+        if (IsSkipped()) return;
         if (GetParam() == SpoolerKind::Fake) m_timing = DispatchTiming{300, 50};
         service_business::setDispatchTimingForTesting(m_timing);
         m_spooler->addQueue("Kitchen");
@@ -78,7 +77,6 @@ protected:
         EXPECT_TRUE(m_spooler->printed(queue, 0).isEmpty()) << queue.toStdString();
     }
 
-    std::unique_ptr<test_support::SpoolerUnderTest> m_spooler;
     DispatchTiming m_timing;
     CallbackLog m_outcomes;
     utility_business::log::Capture m_log;

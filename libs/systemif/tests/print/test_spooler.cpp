@@ -2,6 +2,7 @@
 // their jobs up share, run on the in-memory spooler and on a private cupsd alike (SB_SPOOLER picks one).
 #include "systemif/print.h"
 
+#include "cups_printers.h"
 #include "print_worker.h"
 #include "qt_print.h"
 #include "same_bytes.h"
@@ -16,13 +17,12 @@ using test_support::SpoolerKind;
 
 namespace {
 
-class SpoolerContract : public ::testing::TestWithParam<SpoolerKind> {
+class SpoolerContract : public test_support::SpoolerContractTest {
 protected:
     void SetUp() override
     {
-        m_spooler = test_support::makeSpooler(GetParam());
-        const QString reason = m_spooler->unavailableReason();
-        if (!reason.isEmpty()) GTEST_SKIP() << "no CUPS scheduler here: " << reason.toStdString();
+        SpoolerContractTest::SetUp();
+        if (IsSkipped()) return;
         m_spooler->addQueue("Kitchen");
         m_kitchen = m_spooler->queue("Kitchen");
     }
@@ -48,7 +48,6 @@ protected:
         return worker;
     }
 
-    std::unique_ptr<test_support::SpoolerUnderTest> m_spooler;
     QString m_kitchen;
     const QByteArray m_bytes{"\x1b@Table 5\n\x00", 12};
 };
@@ -98,12 +97,15 @@ TEST_P(SpoolerContract, JobThatCannotPrintNowIsToldNotDoneAndNeverPrintsLater)
 // worker stops by itself without telling. It never prints, and the next job does.
 TEST_P(SpoolerContract, JobGivenUpWhileProcessingIsCancelledAndToldUnconfirmedByWhoeverGaveItUp)
 {
-    const auto worker = givenUp(1);
+    const int descriptors = test_support::openDescriptors();
+    auto worker = givenUp(1);
     EXPECT_EQ(worker->slot.settle().outcome, JobOutcome::Unconfirmed);
     EXPECT_FALSE(worker->slot.cancelPending());
     EXPECT_TRUE(m_spooler->waitCancelled("Kitchen", 1));
     ASSERT_TRUE(worker->wait(10000)) << "a given-up worker stops waiting by itself";
     EXPECT_EQ(worker->told.calls, 0) << "whoever gave the job up tells it, not its worker";
+    worker.reset();
+    EXPECT_LE(test_support::openDescriptors(), descriptors) << "the given-up worker's connection is closed";
 
     m_spooler->setPrinterOff("Kitchen", false);
     expectPrinted("next order");
@@ -124,6 +126,15 @@ TEST_P(SpoolerContract, CancelThatTheSpoolerDoesNotAnswerStaysPendingUntilItDoes
     EXPECT_FALSE(worker->slot.cancelPending());
     EXPECT_TRUE(m_spooler->waitCancelled("Kitchen", 1));
     EXPECT_EQ(m_spooler->cancelsOf("Kitchen", 1), 1);
+}
+
+// A job given up after it printed, before its worker could tell: told printed.
+TEST_P(SpoolerContract, JobGivenUpAfterItPrintedIsToldPrinted)
+{
+    if (GetParam() != SpoolerKind::Fake) GTEST_SKIP() << "only the fake spooler ends a job on demand";
+    const auto worker = givenUp(1);
+    ASSERT_TRUE(m_spooler->finishPrinted("Kitchen", 1));
+    EXPECT_EQ(worker->slot.settle().outcome, JobOutcome::Printed);
 }
 
 TEST_P(SpoolerContract, JobGivenUpBeforeItReachedTheSpoolerFailsAndAToldJobCannotBeGivenUp)
