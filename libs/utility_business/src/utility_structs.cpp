@@ -1,7 +1,10 @@
-// JSON forms of the shared records: members in declared order, under the names the settings files use.
+// JSON forms of the shared records. Each record is described once, as a table of its members and their
+// keys; toJson writes every member, fromJson reads every member present and keeps the default of the others.
 #include "utility_business/utility_structs.h"
 
 #include "utility_business/json_document.h"
+
+#include <variant>
 
 namespace utility_business {
 namespace utility_structs {
@@ -10,104 +13,149 @@ namespace {
 
 KeyPath keyOf(const char* name) { return KeyPath{QString::fromLatin1(name)}; }
 
-class Writer {
-public:
-    Writer& add(const char* key, const QString& value)
-    {
-        m_doc.setString(keyOf(key), value);
-        return *this;
-    }
-    Writer& add(const char* key, int value)
-    {
-        m_doc.setInt(keyOf(key), value);
-        return *this;
-    }
-    Writer& add(const char* key, bool value)
-    {
-        m_doc.setBool(keyOf(key), value);
-        return *this;
-    }
-    Writer& add(const char* key, const QStringList& value)
-    {
-        m_doc.setStringList(keyOf(key), value);
-        return *this;
-    }
-    QString text() const { return m_doc.toCompactString(); }
-
-private:
-    JsonDocument m_doc;
+// One member of a record and its key.
+template <typename Record>
+struct Member {
+    const char* key;
+    std::variant<QString Record::*, int Record::*, bool Record::*, QStringList Record::*,
+                 utility_enum::PrinterType Record::*>
+        field;
 };
 
-// Reads members of one record; a text that does not parse reads like an empty object.
-class Reader {
-public:
-    explicit Reader(const QString& json) : m_doc(json) {}
-    QString text(const char* key, const QString& fallback) const { return m_doc.getString(keyOf(key), fallback); }
-    int number(const char* key, int fallback) const { return m_doc.getInt(keyOf(key), fallback); }
-    bool flag(const char* key, bool fallback) const { return m_doc.getBool(keyOf(key), fallback); }
-    QStringList texts(const char* key) const { return m_doc.getStringList(keyOf(key)); }
-    utility_enum::PrinterType printerType(const char* key, utility_enum::PrinterType fallback) const
-    {
-        return static_cast<utility_enum::PrinterType>(number(key, fallback));
-    }
+void put(JsonDocument& doc, const KeyPath& key, const QString& value) { doc.setString(key, value); }
+void put(JsonDocument& doc, const KeyPath& key, int value) { doc.setInt(key, value); }
+void put(JsonDocument& doc, const KeyPath& key, bool value) { doc.setBool(key, value); }
+void put(JsonDocument& doc, const KeyPath& key, const QStringList& value) { doc.setStringList(key, value); }
+void put(JsonDocument& doc, const KeyPath& key, utility_enum::PrinterType value) { doc.setInt(key, int(value)); }
 
-private:
-    JsonDocument m_doc;
+// Each reads the member when the document has it in that type, else leaves the default.
+void take(const JsonDocument& doc, const KeyPath& key, QString& value) { value = doc.getString(key, value); }
+void take(const JsonDocument& doc, const KeyPath& key, int& value) { value = doc.getInt(key, value); }
+void take(const JsonDocument& doc, const KeyPath& key, bool& value) { value = doc.getBool(key, value); }
+void take(const JsonDocument& doc, const KeyPath& key, QStringList& value) { value = doc.getStringList(key); }
+void take(const JsonDocument& doc, const KeyPath& key, utility_enum::PrinterType& value)
+{
+    value = static_cast<utility_enum::PrinterType>(doc.getInt(key, value));
+}
+
+template <typename Record, size_t N>
+QString write(const Record& record, const Member<Record> (&members)[N])
+{
+    JsonDocument doc;
+    for (const Member<Record>& member : members)
+        std::visit([&](auto field) { put(doc, keyOf(member.key), record.*field); }, member.field);
+    return doc.toCompactString();
+}
+
+// A text that does not parse reads like an empty object.
+template <typename Record, size_t N>
+Record read(const QString& json, const Member<Record> (&members)[N])
+{
+    const JsonDocument doc(json);
+    Record record;
+    for (const Member<Record>& member : members)
+        std::visit([&](auto field) { take(doc, keyOf(member.key), record.*field); }, member.field);
+    return record;
+}
+
+const Member<PrinterInfo> kPrinterInfo[] = {
+    {"id", &PrinterInfo::id},
+    {"name", &PrinterInfo::name},
+    {"model", &PrinterInfo::model},
+    {"width", &PrinterInfo::width},
+    {"connectionType", &PrinterInfo::connectionType},
+    {"portName", &PrinterInfo::portName},
+    {"hostAddress", &PrinterInfo::hostAddress},
+    {"port", &PrinterInfo::port},
+    {"connected", &PrinterInfo::connected},
+    {"type", &PrinterInfo::type},
+};
+
+const Member<PrintCopies> kPrintCopies[] = {
+    {"copiesCountOfOrder", &PrintCopies::copiesCountOfOrder},
+    {"copiesCountOfDineOrder", &PrintCopies::copiesCountOfDineOrder},
+    {"copiesCountOfPhoneOrder", &PrintCopies::copiesCountOfPhoneOrder},
+};
+
+const Member<PrinterSettings> kPrinterSettings[] = {
+    {"width", &PrinterSettings::width},
+    {"copiesCountOfOrder", &PrinterSettings::copiesCountOfOrder},
+    {"copiesCountOfDineOrder", &PrinterSettings::copiesCountOfDineOrder},
+    {"copiesCountOfPhoneOrder", &PrinterSettings::copiesCountOfPhoneOrder},
+};
+
+const Member<GlobalPrintSettings> kGlobalPrintSettings[] = {
+    {"isConvertToPinyinEnabled", &GlobalPrintSettings::isConvertToPinyinEnabled},
+    {"isSimplifyChineseEnabled", &GlobalPrintSettings::isSimplifyChineseEnabled},
+    {"isPrintBarcodeEnabled", &GlobalPrintSettings::isPrintBarcodeEnabled},
+    {"spacingBetweenCopies", &GlobalPrintSettings::spacingBetweenCopies},
+    {"fontStyle", &GlobalPrintSettings::fontStyle},
+};
+
+const Member<SummaryPrintSettings> kSummaryPrintSettings[] = {
+    {"width", &SummaryPrintSettings::width},
+    {"copiesOfOnlineOrder", &SummaryPrintSettings::copiesOfOnlineOrder},
+    {"copiesOfDineOrder", &SummaryPrintSettings::copiesOfDineOrder},
+    {"copiesOfPhoneOrder", &SummaryPrintSettings::copiesOfPhoneOrder},
+    {"isPrintBarcodeEnabled", &SummaryPrintSettings::isPrintBarcodeEnabled},
+    {"lines_between_copies", &SummaryPrintSettings::lines_between_copies},
+    {"style", &SummaryPrintSettings::style},
+};
+
+const Member<PrinterProperties> kPrinterProperties[] = {
+    {"id", &PrinterProperties::id},
+    {"name", &PrinterProperties::name},
+    {"width", &PrinterProperties::width},
+    {"type", &PrinterProperties::type},
+};
+
+const Member<ProfileInfo> kProfileInfo[] = {
+    {"username", &ProfileInfo::username},
+    {"ksid", &ProfileInfo::ksid},
+    {"imageUrl", &ProfileInfo::imageUrl},
+    {"mobile", &ProfileInfo::mobile},
+    {"restaurantNames", &ProfileInfo::restaurantNames},
+};
+
+const Member<UserConfig> kUserConfig[] = {
+    {"isLaunchAfterSystemStartupEnabled", &UserConfig::isLaunchAfterSystemStartupEnabled},
+    {"closeButtonAction", &UserConfig::closeButtonAction},
+    {"isDevelopModelEnable", &UserConfig::isDevelopModelEnable},
+    {"printerSettingsMode", &UserConfig::printerSettingsMode},
+};
+
+const Member<WindowInfo> kWindowInfo[] = {
+    {"maximize", &WindowInfo::maximize}, {"zoom_level", &WindowInfo::zoom_level}, {"x", &WindowInfo::x},
+    {"y", &WindowInfo::y},               {"width", &WindowInfo::width},           {"height", &WindowInfo::height},
+};
+
+const Member<ToneInfo> kToneInfo[] = {{"name", &ToneInfo::name}, {"file", &ToneInfo::file}};
+
+const Member<ResourceFileInfo> kResourceFileInfo[] = {
+    {"filename", &ResourceFileInfo::filename},
+    {"sha1", &ResourceFileInfo::sha1},
 };
 
 }  // namespace
 
-QString PrinterInfo::toJson() const
-{
-    return Writer()
-        .add("id", id)
-        .add("name", name)
-        .add("model", model)
-        .add("width", width)
-        .add("connectionType", connectionType)
-        .add("portName", portName)
-        .add("hostAddress", hostAddress)
-        .add("port", port)
-        .add("connected", connected)
-        .add("type", static_cast<int>(type))
-        .text();
-}
+// Every record but ProxyServerInfo follows its table.
+#define SB_RECORD_JSON(Record)                                                                                        \
+    QString Record::toJson() const { return write(*this, k##Record); }                                               \
+    Record Record::fromJson(const QString& json) { return read(json, k##Record); }
 
-PrinterInfo PrinterInfo::fromJson(const QString& json)
-{
-    const Reader in(json);
-    PrinterInfo info;
-    info.id = in.number("id", info.id);
-    info.name = in.text("name", info.name);
-    info.model = in.text("model", info.model);
-    info.width = in.text("width", info.width);
-    info.connectionType = in.text("connectionType", info.connectionType);
-    info.portName = in.text("portName", info.portName);
-    info.hostAddress = in.text("hostAddress", info.hostAddress);
-    info.port = in.text("port", info.port);
-    info.connected = in.flag("connected", info.connected);
-    info.type = in.printerType("type", info.type);
-    return info;
-}
+SB_RECORD_JSON(PrinterInfo)
+SB_RECORD_JSON(PrintCopies)
+SB_RECORD_JSON(PrinterSettings)
+SB_RECORD_JSON(GlobalPrintSettings)
+SB_RECORD_JSON(SummaryPrintSettings)
+SB_RECORD_JSON(PrinterProperties)
+SB_RECORD_JSON(ProfileInfo)
+SB_RECORD_JSON(UserConfig)
+SB_RECORD_JSON(WindowInfo)
+SB_RECORD_JSON(ToneInfo)
+SB_RECORD_JSON(ResourceFileInfo)
 
-QString PrintCopies::toJson() const
-{
-    return Writer()
-        .add("copiesCountOfOrder", copiesCountOfOrder)
-        .add("copiesCountOfDineOrder", copiesCountOfDineOrder)
-        .add("copiesCountOfPhoneOrder", copiesCountOfPhoneOrder)
-        .text();
-}
-
-PrintCopies PrintCopies::fromJson(const QString& json)
-{
-    const Reader in(json);
-    PrintCopies copies;
-    copies.copiesCountOfOrder = in.number("copiesCountOfOrder", copies.copiesCountOfOrder);
-    copies.copiesCountOfDineOrder = in.number("copiesCountOfDineOrder", copies.copiesCountOfDineOrder);
-    copies.copiesCountOfPhoneOrder = in.number("copiesCountOfPhoneOrder", copies.copiesCountOfPhoneOrder);
-    return copies;
-}
+#undef SB_RECORD_JSON
 
 PrintCopies PrinterSettings::copies() const
 {
@@ -118,197 +166,24 @@ PrintCopies PrinterSettings::copies() const
     return result;
 }
 
-QString PrinterSettings::toJson() const
-{
-    return Writer()
-        .add("width", width)
-        .add("copiesCountOfOrder", copiesCountOfOrder)
-        .add("copiesCountOfDineOrder", copiesCountOfDineOrder)
-        .add("copiesCountOfPhoneOrder", copiesCountOfPhoneOrder)
-        .text();
-}
-
-PrinterSettings PrinterSettings::fromJson(const QString& json)
-{
-    const Reader in(json);
-    PrinterSettings settings;
-    settings.width = in.text("width", settings.width);
-    settings.copiesCountOfOrder = in.number("copiesCountOfOrder", settings.copiesCountOfOrder);
-    settings.copiesCountOfDineOrder = in.number("copiesCountOfDineOrder", settings.copiesCountOfDineOrder);
-    settings.copiesCountOfPhoneOrder = in.number("copiesCountOfPhoneOrder", settings.copiesCountOfPhoneOrder);
-    return settings;
-}
-
-QString GlobalPrintSettings::toJson() const
-{
-    return Writer()
-        .add("isConvertToPinyinEnabled", isConvertToPinyinEnabled)
-        .add("isSimplifyChineseEnabled", isSimplifyChineseEnabled)
-        .add("isPrintBarcodeEnabled", isPrintBarcodeEnabled)
-        .add("spacingBetweenCopies", spacingBetweenCopies)
-        .add("fontStyle", fontStyle)
-        .text();
-}
-
-GlobalPrintSettings GlobalPrintSettings::fromJson(const QString& json)
-{
-    const Reader in(json);
-    GlobalPrintSettings settings;
-    settings.isConvertToPinyinEnabled = in.flag("isConvertToPinyinEnabled", settings.isConvertToPinyinEnabled);
-    settings.isSimplifyChineseEnabled = in.flag("isSimplifyChineseEnabled", settings.isSimplifyChineseEnabled);
-    settings.isPrintBarcodeEnabled = in.flag("isPrintBarcodeEnabled", settings.isPrintBarcodeEnabled);
-    settings.spacingBetweenCopies = in.text("spacingBetweenCopies", settings.spacingBetweenCopies);
-    settings.fontStyle = in.text("fontStyle", settings.fontStyle);
-    return settings;
-}
-
-QString SummaryPrintSettings::toJson() const
-{
-    return Writer()
-        .add("width", width)
-        .add("copiesOfOnlineOrder", copiesOfOnlineOrder)
-        .add("copiesOfDineOrder", copiesOfDineOrder)
-        .add("copiesOfPhoneOrder", copiesOfPhoneOrder)
-        .add("isPrintBarcodeEnabled", isPrintBarcodeEnabled)
-        .add("lines_between_copies", lines_between_copies)
-        .add("style", style)
-        .text();
-}
-
-SummaryPrintSettings SummaryPrintSettings::fromJson(const QString& json)
-{
-    const Reader in(json);
-    SummaryPrintSettings settings;
-    settings.width = in.text("width", settings.width);
-    settings.copiesOfOnlineOrder = in.number("copiesOfOnlineOrder", settings.copiesOfOnlineOrder);
-    settings.copiesOfDineOrder = in.number("copiesOfDineOrder", settings.copiesOfDineOrder);
-    settings.copiesOfPhoneOrder = in.number("copiesOfPhoneOrder", settings.copiesOfPhoneOrder);
-    settings.isPrintBarcodeEnabled = in.flag("isPrintBarcodeEnabled", settings.isPrintBarcodeEnabled);
-    settings.lines_between_copies = in.text("lines_between_copies", settings.lines_between_copies);
-    settings.style = in.text("style", settings.style);
-    return settings;
-}
-
-QString PrinterProperties::toJson() const
-{
-    return Writer().add("id", id).add("name", name).add("width", width).add("type", static_cast<int>(type)).text();
-}
-
-PrinterProperties PrinterProperties::fromJson(const QString& json)
-{
-    const Reader in(json);
-    PrinterProperties properties;
-    properties.id = in.number("id", properties.id);
-    properties.name = in.text("name", properties.name);
-    properties.width = in.text("width", properties.width);
-    properties.type = in.printerType("type", properties.type);
-    return properties;
-}
-
-QString ProfileInfo::toJson() const
-{
-    return Writer()
-        .add("username", username)
-        .add("ksid", ksid)
-        .add("imageUrl", imageUrl)
-        .add("mobile", mobile)
-        .add("restaurantNames", restaurantNames)
-        .text();
-}
-
-ProfileInfo ProfileInfo::fromJson(const QString& json)
-{
-    const Reader in(json);
-    ProfileInfo info;
-    info.username = in.text("username", info.username);
-    info.ksid = in.text("ksid", info.ksid);
-    info.imageUrl = in.text("imageUrl", info.imageUrl);
-    info.mobile = in.text("mobile", info.mobile);
-    info.restaurantNames = in.texts("restaurantNames");
-    return info;
-}
-
-QString UserConfig::toJson() const
-{
-    return Writer()
-        .add("isLaunchAfterSystemStartupEnabled", isLaunchAfterSystemStartupEnabled)
-        .add("closeButtonAction", closeButtonAction)
-        .add("isDevelopModelEnable", isDevelopModelEnable)
-        .add("printerSettingsMode", printerSettingsMode)
-        .text();
-}
-
-UserConfig UserConfig::fromJson(const QString& json)
-{
-    const Reader in(json);
-    UserConfig config;
-    config.isLaunchAfterSystemStartupEnabled =
-        in.flag("isLaunchAfterSystemStartupEnabled", config.isLaunchAfterSystemStartupEnabled);
-    config.closeButtonAction = in.number("closeButtonAction", config.closeButtonAction);
-    config.isDevelopModelEnable = in.flag("isDevelopModelEnable", config.isDevelopModelEnable);
-    config.printerSettingsMode = in.text("printerSettingsMode", config.printerSettingsMode);
-    return config;
-}
-
-QString WindowInfo::toJson() const
-{
-    return Writer()
-        .add("maximize", maximize)
-        .add("zoom_level", zoom_level)
-        .add("x", x)
-        .add("y", y)
-        .add("width", width)
-        .add("height", height)
-        .text();
-}
-
-WindowInfo WindowInfo::fromJson(const QString& json)
-{
-    const Reader in(json);
-    WindowInfo info;
-    info.maximize = in.flag("maximize", info.maximize);
-    info.zoom_level = in.number("zoom_level", info.zoom_level);
-    info.x = in.number("x", info.x);
-    info.y = in.number("y", info.y);
-    info.width = in.number("width", info.width);
-    info.height = in.number("height", info.height);
-    return info;
-}
-
-QString ToneInfo::toJson() const { return Writer().add("name", name).add("file", file).text(); }
-
-ToneInfo ToneInfo::fromJson(const QString& json)
-{
-    const Reader in(json);
-    ToneInfo tone;
-    tone.name = in.text("name", tone.name);
-    tone.file = in.text("file", tone.file);
-    return tone;
-}
-
 // The basis file's form: the host that is pinged and the proxy host are one "host" there.
-QString ProxyServerInfo::toJson() const { return Writer().add("host", host).add("port", port).text(); }
+QString ProxyServerInfo::toJson() const
+{
+    JsonDocument doc;
+    doc.setString(keyOf("host"), host);
+    doc.setInt(keyOf("port"), port);
+    return doc.toCompactString();
+}
 
 ProxyServerInfo ProxyServerInfo::fromJson(const QString& json)
 {
-    const Reader in(json);
+    const JsonDocument in(json);
     ProxyServerInfo info;
-    info.host = in.text("host", info.host);
+    info.host = in.getString(keyOf("host"), info.host);
     info.address = info.host;
     bool isNumber = false;
-    const int portFromText = in.text("port", QString()).trimmed().toInt(&isNumber);  // "port": "8080"
-    info.port = isNumber ? portFromText : in.number("port", info.port);
-    return info;
-}
-
-QString ResourceFileInfo::toJson() const { return Writer().add("filename", filename).add("sha1", sha1).text(); }
-
-ResourceFileInfo ResourceFileInfo::fromJson(const QString& json)
-{
-    const Reader in(json);
-    ResourceFileInfo info;
-    info.filename = in.text("filename", info.filename);
-    info.sha1 = in.text("sha1", info.sha1);
+    const int portFromText = in.getString(keyOf("port"), QString()).trimmed().toInt(&isNumber);  // "port": "8080"
+    info.port = isNumber ? portFromText : in.getInt(keyOf("port"), info.port);
     return info;
 }
 

@@ -141,7 +141,7 @@ bool Updater::setBasisPrinterSettings(int profileId, const PrintCopies& copies)
     logCall(__LINE__, "setBasisPrinterSettings", profileId, json);
     return m_db->m_profilesDocument.nodeExist({idKey(profileId)}) &&
            m_db->m_profilesDocument.addNode(
-               json, {idKey(profileId), kLocal, kPrinters, QStringLiteral("defaulePrinterProperties")}) &&
+               json, {idKey(profileId), kLocal, kPrinters, kBasisPrinterProperties}) &&
            saveProfileSetting(profileId);
 }
 
@@ -305,7 +305,7 @@ QString Updater::constructDefaultProfileLocal(const ProfileInfo& info)
                      doc.setBool({kGeneral, QStringLiteral("isLaunchAfterSystemStartupEnabled")}, true) &&
                      doc.setString({kGeneral, QStringLiteral("printerSettingsMode")}, QStringLiteral("basis")) &&
                      doc.addNode(QStringLiteral("{}"), {kPrinters}) &&
-                     doc.addNode(basis.toJson(), {kPrinters, QStringLiteral("defaulePrinterProperties")});
+                     doc.addNode(basis.toJson(), {kPrinters, kBasisPrinterProperties});
     return set ? doc.toString() : QString();
 }
 
