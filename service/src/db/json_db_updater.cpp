@@ -25,27 +25,12 @@ using common::func::joinPath;
 namespace {
 const char* const kLogUnit = "src/db/json_db_updater";
 
-
-
-void streamArguments(log::NormalLog&) {}
-
-template <typename First, typename... Rest>
-void streamArguments(log::NormalLog& record, const First& first, const Rest&... rest)
-{
-    record << first;
-    if constexpr (sizeof...(rest) > 0) {
-        record << ", ";
-        streamArguments(record, rest...);
-    }
-}
-
-// The entry record of an operation: "name:\t<qualified name>\narguments:\t<arguments, comma separated>".
+// The entry record of an operation of the updater.
 template <typename... Args>
 void logCall(int line, const char* operation, const Args&... arguments)
 {
-    log::NormalLog record("function", kLogUnit, line);
-    record << "name:\t" << "service_business::json_db::Updater::" << operation << "\narguments:\t";
-    streamArguments(record, arguments...);
+    const std::string name = std::string("service_business::json_db::Updater::") + operation;
+    log::entry(kLogUnit, line, name.c_str(), arguments...);
 }
 
 void logError(int line, const QString& message) { log::NormalLog("error", kLogUnit, line) << message; }

@@ -11,13 +11,10 @@ namespace dispatch_log {
 
 constexpr const char* kUnit = "src/printer/print_manager";
 
-// The entry record of an operation: "name:\t<qualified name>\narguments:\t<arguments>".
 template <typename... Arguments>
 void entry(int line, const char* function, const Arguments&... arguments)
 {
-    utility_business::log::NormalLog record("function", kUnit, line);
-    record << "name:\t" << function << "\narguments:\t";
-    ((record << arguments), ...);
+    utility_business::log::entry(kUnit, line, function, arguments...);
 }
 
 template <typename... Parts>

@@ -34,11 +34,6 @@ const char* const kDefaultCodePage = "GB18030";
 
 std::atomic<QTextCodec*> g_codePage{nullptr};
 
-void logEntry(int line, const char* function)
-{
-    log::NormalLog("function", kLogUnit, line) << "name:\t" << function << "\narguments:\t";
-}
-
 void logError(int line, const char* message)
 {
     log::NormalLog("error", kLogUnit, line) << message;
@@ -290,7 +285,7 @@ bool Printer::systemPrinterInfo(PrinterInfo& info)
 bool Printer::printDocBySysPrinter(const PrinterInfo& info, const Document& doc,
                                    const std::function<void(int, const QString&, bool)>& callback)
 {
-    logEntry(__LINE__, "service_business::Printer::printDocBySysPrinter");
+    log::entry(kLogUnit, __LINE__, "service_business::Printer::printDocBySysPrinter");
     if (!info.connected) {
         logError(__LINE__, "printer not connected");
         return false;
@@ -301,7 +296,7 @@ bool Printer::printDocBySysPrinter(const PrinterInfo& info, const Document& doc,
 
 bool Printer::printDocByUsbPrinter(const PrinterInfo& info, const Document& doc)
 {
-    logEntry(__LINE__, "service_business::Printer::printDocByUsbPrinter");
+    log::entry(kLogUnit, __LINE__, "service_business::Printer::printDocByUsbPrinter");
     if (info.type != utility_enum::PRINTER_LIBUSB) return false;
     systemif::print::UsbDevice device;
     if (!usb_printer_list::findSupportedPrinter(device)) {

@@ -51,6 +51,18 @@ private:
     Record m_record;
 };
 
+// Writes the entry record of an operation, the one shape every unit uses for it:
+// "name:\t<qualified name>\narguments:\t<arguments, comma separated>".
+template <typename... Arguments>
+void entry(const char* unit, int line, const char* function, const Arguments&... arguments)
+{
+    NormalLog record("function", unit, line);
+    record << "name:\t" << function << "\narguments:\t";
+    const char* separator = "";
+    ((record << separator << arguments, separator = ", "), ...);
+    (void)separator;  // an operation without arguments
+}
+
 // Receives every record written after it was added.
 class Sink {
 public:
