@@ -1,6 +1,6 @@
 #include "systemif/network.h"
 
-#include "network/resolver_p.h"
+#include "network/network_p.h"
 
 #include <arpa/inet.h>
 #include <netinet/icmp6.h>
@@ -22,7 +22,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kPayloadSize = 32;  // the token, then a fill pattern
-constexpr int kCheckPingTimeoutMs = 1000;
 
 // ICMP over IPv4 or IPv6: the echo messages have the same layout, with their own type numbers, and an IPv4
 // raw socket hands up the IP header too.
@@ -142,7 +141,7 @@ bool awaitReply(const IcmpSocket& socket, const EchoMark& mark, std::uint16_t se
 
 }  // namespace
 
-PingInfo ping(const QString& address, int count, int timeoutMs)
+PingInfo icmpPing(const QString& address, int count, int timeoutMs)
 {
     PingInfo info;
     if (count <= 0) return info;
@@ -192,11 +191,6 @@ PingInfo ping(const QString& address, int count, int timeoutMs)
     info.lost = info.sent - replies;
     if (replies > 0) info.roundTripTime = static_cast<std::uint32_t>(std::lround(total.count() / replies));
     return info;
-}
-
-bool checkPing(const QString& host)
-{
-    return ping(host, 1, kCheckPingTimeoutMs).lost == 0;
 }
 
 }  // namespace network

@@ -1,4 +1,4 @@
-#include "network/resolver_p.h"
+#include "network/network_p.h"
 
 #include "systemif/network.h"
 
@@ -19,7 +19,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kDnsBudget{3000};
 constexpr int kTryTimeoutMs = 1000;  // c-ares doubles it on each further round of tries
 constexpr int kTries = 2;
 
@@ -121,11 +120,6 @@ QString resolveIPv4(const QString& host, const QStringList& servers, std::chrono
     ares_gethostbyname(channel.get(), host.toLatin1().constData(), AF_INET, onHost, &lookup);
     drive(channel.get(), lookup, deadline);
     return lookup.address;  // a lookup still running is cancelled when the channel is destroyed
-}
-
-QString getIpByHostFromDNS(const QString& host, const QStringList& dnsServers)
-{
-    return resolveIPv4(host, dnsServers, kDnsBudget);
 }
 
 }  // namespace network

@@ -6,7 +6,7 @@
 //   fake.spooler.addQueue("Kitchen", "POS-80 Series", "socket://192.168.1.20:9100");
 //   fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
 //
-// Every fake is safe to use from several threads.
+// Every fake is safe to use from several threads. Not shipped: only tests link systemif::fakes.
 
 #include "systemif/print_backend.h"
 

@@ -1,5 +1,8 @@
 #pragma once
-// Internal to systemif, not part of its interface: name resolution shared by ping and getIpByHostFromDNS.
+// Internal to systemif, not part of its interface: the machine's ICMP echo and name resolution, behind the
+// backends of network_backend.cpp.
+
+#include "systemif/network.h"
 
 #include <QString>
 #include <QStringList>
@@ -16,6 +19,9 @@ bool isValidHostName(const QString& text);
 // The first IPv4 address of the host as text, asked of the servers (the system's resolver when the list is
 // empty) and given up after the timeout; empty on any failure.
 QString resolveIPv4(const QString& host, const QStringList& servers, std::chrono::milliseconds timeout);
+
+// ping() of network.h over ICMP sockets.
+PingInfo icmpPing(const QString& address, int count, int timeoutMs);
 
 }  // namespace network
 }  // namespace systemif
