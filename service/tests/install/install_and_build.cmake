@@ -4,9 +4,15 @@ execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "install failed: ${rc}")
 endif()
+# Exactly the public headers are installed: no private header, no fake.
+file(GLOB_RECURSE headers RELATIVE ${WORK_DIR}/prefix/include/service_business ${WORK_DIR}/prefix/include/service_business/*)
+list(SORT headers)
+file(STRINGS ${CONSUMER_DIR}/../installed_headers.txt expected)
+if(NOT headers STREQUAL expected)
+  message(FATAL_ERROR "installed headers differ from installed_headers.txt:\n${headers}")
+endif()
 # The client includes every installed header and calls its functions, so none is installed that the
 # library does not back.
-file(GLOB_RECURSE headers RELATIVE ${WORK_DIR}/prefix/include/service_business ${WORK_DIR}/prefix/include/service_business/*)
 file(READ ${CONSUMER_DIR}/main.cpp client)
 foreach(header ${headers})
   string(FIND "${client}" "#include <${header}>" at)
