@@ -7,7 +7,12 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <map>
 
 using namespace utility_business;
 using namespace printer_test;
@@ -16,108 +21,54 @@ using service_business::Printer;
 using service_business::PrinterStatus;
 using systemif::print::FakePrintSystem;
 using systemif::print::PrinterAnswer;
-using systemif::print::UsbDevice;
-using State = PrinterStatus::State;
-using Source = PrinterStatus::Source;
 
 namespace {
 
-PrinterAnswer answered(unsigned char printer, unsigned char cause, unsigned char paper)
+QJsonArray statusCases()
 {
-    PrinterAnswer answer;
-    answer.reach = PrinterAnswer::Reach::Answered;
-    answer.answers[0] = printer;
-    answer.answers[1] = cause;
-    answer.answers[2] = paper;
-    answer.count = 3;
-    return answer;
+    QFile file(QStringLiteral(SB_PRINTER_CASES_DIR "/printer_status.json"));
+    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll())["cases"].toArray() : QJsonArray();
 }
 
-struct StatusCase {
-    const char* name;
-    utility_enum::PrinterType type;
-    std::function<void(FakePrintSystem&)> setUp;
-    State state;
-    Source source;
-    const char* reason;
+const std::map<QString, utility_enum::PrinterType> kTypes = {
+    {"local", utility_enum::PRINTER_SYSTEM_LOCAL},
+    {"network", utility_enum::PRINTER_SYSTEM_NETWORK},
+    {"usbPrintSupport", utility_enum::PRINTER_USB_PRINT_SUPPORT},
+    {"libusb", utility_enum::PRINTER_LIBUSB},
 };
 
-const StatusCase kCases[] = {
-    {"queue ready, local port", utility_enum::PRINTER_SYSTEM_LOCAL, [](FakePrintSystem&) {}, State::Ready, Source::Queue,
-     "its CUPS queue is ready"},
-    {"queue paused", utility_enum::PRINTER_SYSTEM_NETWORK,
-     [](FakePrintSystem& f) { f.spooler.setStopped("Kitchen", true); }, State::Paused, Source::Queue,
-     "its CUPS queue is paused"},
-    {"queue rejecting", utility_enum::PRINTER_SYSTEM_NETWORK,
-     [](FakePrintSystem& f) { f.spooler.setAcceptingJobs("Kitchen", false); }, State::Rejecting, Source::Queue,
-     "its CUPS queue rejects jobs"},
-    {"queue says paper out", utility_enum::PRINTER_SYSTEM_LOCAL,
-     [](FakePrintSystem& f) { f.spooler.setStateReasons("Kitchen", {"media-empty-error"}, "Out of paper."); },
-     State::PaperOut, Source::Queue, "Out of paper."},
-    {"queue says cover open", utility_enum::PRINTER_SYSTEM_LOCAL,
-     [](FakePrintSystem& f) { f.spooler.setStateReasons("Kitchen", {"cover-open-warning"}); }, State::CoverOpen,
-     Source::Queue, "cover-open-warning"},
-    {"queue in another error", utility_enum::PRINTER_SYSTEM_LOCAL,
-     [](FakePrintSystem& f) { f.spooler.setStateReasons("Kitchen", {"other-error"}); }, State::Error, Source::Queue,
-     "other-error"},
-    {"printer answers ready", utility_enum::PRINTER_SYSTEM_NETWORK,
-     [](FakePrintSystem& f) { f.statusLink.setAnswer("kitchen.test", answered(0x12, 0x12, 0x12)); }, State::Ready,
-     Source::Printer, "the printer says it is ready"},
-    {"printer out of paper", utility_enum::PRINTER_SYSTEM_NETWORK,
-     [](FakePrintSystem& f) { f.statusLink.setAnswer("kitchen.test", answered(0x1a, 0x32, 0x72)); },
-     State::PaperOut, Source::Printer, "the printer says it is out of paper"},
-    {"printer paper near end", utility_enum::PRINTER_SYSTEM_NETWORK,
-     [](FakePrintSystem& f) { f.statusLink.setAnswer("kitchen.test", answered(0x12, 0x12, 0x1e)); },
-     State::PaperNearEnd, Source::Printer, "the printer says it is paper near its end"},
-    {"printer cover open", utility_enum::PRINTER_SYSTEM_NETWORK,
-     [](FakePrintSystem& f) { f.statusLink.setAnswer("kitchen.test", answered(0x1a, 0x16, 0x12)); },
-     State::CoverOpen, Source::Printer, "the printer says it is cover open"},
-    {"printer offline", utility_enum::PRINTER_SYSTEM_NETWORK,
-     [](FakePrintSystem& f) { f.statusLink.setAnswer("kitchen.test", answered(0x1a, 0x12, 0x12)); }, State::Offline,
-     Source::Printer, "the printer says it is offline"},
-    {"printer silent", utility_enum::PRINTER_SYSTEM_NETWORK, [](FakePrintSystem&) {}, State::Unknown,
-     Source::Printer, "the printer does not answer status requests"},
-    {"printer unreachable", utility_enum::PRINTER_SYSTEM_NETWORK,
-     [](FakePrintSystem& f) {
-         PrinterAnswer refused;
-         refused.error = "kitchen.test:9100: Connection refused";
-         f.statusLink.setAnswer("kitchen.test", refused);
-     },
-     State::Unreachable, Source::Printer, "kitchen.test:9100: Connection refused"},
-    {"usb print support, paper empty", utility_enum::PRINTER_USB_PRINT_SUPPORT,
-     [](FakePrintSystem& f) { f.usbPrintSupport.setPortStatus(0x38); }, State::PaperOut, Source::Printer,
-     "the printer reports paper empty"},
-    {"usb print support, not selected", utility_enum::PRINTER_USB_PRINT_SUPPORT,
-     [](FakePrintSystem& f) { f.usbPrintSupport.setPortStatus(0x08); }, State::Offline, Source::Printer,
-     "the printer is not selected"},
-    {"usb print support, silent", utility_enum::PRINTER_USB_PRINT_SUPPORT,
-     [](FakePrintSystem& f) { f.usbPrintSupport.setPortStatus(-1); }, State::Unknown, Source::None,
-     "the printer does not answer status requests"},
-    {"libusb printer in error", utility_enum::PRINTER_LIBUSB, [](FakePrintSystem& f) { f.usbBus.setPortStatus(0x10); },
-     State::Error, Source::Printer, "the printer reports an error"},
-    {"libusb printer ready", utility_enum::PRINTER_LIBUSB, [](FakePrintSystem&) {}, State::Ready, Source::Printer,
-     "the printer reports ready"},
-};
+// The fakes say what the case's "given" says.
+void give(FakePrintSystem& fake, const QJsonObject& given)
+{
+    fake.spooler.setStopped("Kitchen", given["stopped"].toBool());
+    fake.spooler.setAcceptingJobs("Kitchen", !given["rejecting"].toBool());
+    QStringList reasons;
+    for (const QJsonValue reason : given["reasons"].toArray()) reasons << reason.toString();
+    fake.spooler.setStateReasons("Kitchen", reasons, given["message"].toString());
+    PrinterAnswer answer;
+    answer.error = given["refused"].toString();
+    for (const QJsonValue byte : given["answer"].toArray()) answer.answers[answer.count++] = byte.toInt();
+    if (answer.count) answer.reach = PrinterAnswer::Reach::Answered;
+    if (answer.count || !answer.error.isEmpty()) fake.statusLink.setAnswer("kitchen.test", answer);
+    if (given.contains("portStatus")) {
+        fake.usbPrintSupport.setPortStatus(given["portStatus"].toInt());
+        fake.usbBus.setPortStatus(given["portStatus"].toInt());
+    }
+}
 
-class PrinterStatusTest : public FakeDispatchTest, public ::testing::WithParamInterface<StatusCase> {
+class PrinterStatusTest : public FakeDispatchTest, public ::testing::WithParamInterface<QJsonValue> {
 protected:
     void SetUp() override
     {
         FakeDispatchTest::SetUp();
-        m_fake.spooler.addQueue("Kitchen", "POS-80", GetParam().type == utility_enum::PRINTER_SYSTEM_LOCAL
-                                                        ? "usb://POS/80"
-                                                        : "socket://kitchen.test:9100");
+        const utility_enum::PrinterType type = kTypes.at(GetParam()["printer"].toString());
+        m_fake.spooler.addQueue("Kitchen", "POS-80",
+                                type == utility_enum::PRINTER_SYSTEM_LOCAL ? "usb://POS/80" : "socket://kitchen.test:9100");
         m_fake.usbPrintSupport.attach("/dev/usb/lp0");
-        UsbDevice device;
-        device.bus = "001";
-        device.filename = "004";
-        device.descriptor.idVendor = kSupportedVendor;
-        device.descriptor.idProduct = kSupportedProduct;
-        device.hasPrinterInterface = true;
-        m_fake.usbBus.attach(device);
-        GetParam().setUp(m_fake);
-        m_printer = printerRecord(5, "Kitchen", GetParam().type);
-        if (GetParam().type == utility_enum::PRINTER_USB_PRINT_SUPPORT) m_printer.model = "/dev/usb/lp0";
+        m_fake.usbBus.attach({"001", "004", {kSupportedVendor, kSupportedProduct}, true});
+        give(m_fake, GetParam()["given"].toObject());
+        m_printer = printerRecord(5, "Kitchen", type);
+        if (type == utility_enum::PRINTER_USB_PRINT_SUPPORT) m_printer.model = "/dev/usb/lp0";
     }
 
     PrinterInfo m_printer;
@@ -128,9 +79,10 @@ protected:
 TEST_P(PrinterStatusTest, ComesFromTheBestSourceAndAJobTheStatusForbidsFailsUnsent)
 {
     const PrinterStatus status = Printer::printerStatus(m_printer);
-    EXPECT_EQ(PrinterStatus::stateName(status.state), PrinterStatus::stateName(GetParam().state));
-    EXPECT_EQ(status.source, GetParam().source);
-    EXPECT_EQ(status.reason, GetParam().reason);
+    const std::string reason = GetParam()["reason"].toString().toStdString();
+    EXPECT_EQ(PrinterStatus::stateName(status.state), GetParam()["state"].toString());
+    EXPECT_EQ(PrinterStatus::sourceName(status.source), GetParam()["source"].toString());
+    EXPECT_EQ(status.reason.toStdString(), reason);
 
     PrintManager::printOrder(m_printer, "\x1b@Order 1\n", m_outcomes.callback(1));
     ASSERT_TRUE(m_outcomes.waitFor(1));
@@ -140,15 +92,15 @@ TEST_P(PrinterStatusTest, ComesFromTheBestSourceAndAJobTheStatusForbidsFailsUnse
     EXPECT_EQ(sent, !status.blocksPrinting()) << "a job the printer cannot print is never sent";
     if (status.blocksPrinting()) {
         EXPECT_TRUE(m_log.containsText("failed: not sent: the printer is " +
-                                       PrinterStatus::stateName(status.state).toStdString() + ": " + GetParam().reason));
+                                       PrinterStatus::stateName(status.state).toStdString() + ": " + reason));
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Printers, PrinterStatusTest, ::testing::ValuesIn(kCases),
-                         [](const ::testing::TestParamInfo<StatusCase>& info) {
+INSTANTIATE_TEST_SUITE_P(Printers, PrinterStatusTest, ::testing::ValuesIn(statusCases()),
+                         [](const ::testing::TestParamInfo<QJsonValue>& info) {
                              std::string name;
-                             for (const char* c = info.param.name; *c; ++c)
-                                 if (std::isalnum(static_cast<unsigned char>(*c))) name += *c;
+                             for (const QChar c : info.param["name"].toString())
+                                 if (c.isLetterOrNumber()) name += c.toLatin1();
                              return name;
                          });
 
