@@ -120,9 +120,11 @@ TEST_F(PrintDispatch, SpoolerJobThatFailsIsToldFalse)
     EXPECT_TRUE(m_fake.spooler.printed("Bar").isEmpty());
 }
 
+// Not even its queue's status is asked: a paused queue would fail the job aloud.
 TEST_F(PrintDispatch, JobOnAnUnconnectedSpoolerPrinterIsDroppedWithoutCallback)
 {
     m_fake.spooler.addQueue("Kitchen", "POS-80 Series", "socket://192.168.1.20:9100");
+    m_fake.spooler.setStopped("Kitchen", true);
     print(printerRecord(3, "Kitchen", utility_enum::PRINTER_SYSTEM_NETWORK, false), 1);
     ASSERT_TRUE(waitForPops(1));
     EXPECT_EQ(m_outcomes.total(), 0);

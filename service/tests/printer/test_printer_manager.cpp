@@ -167,6 +167,8 @@ TEST_F(Registry, ChangeBitsOfTwoCollections)
         // One libusb printer replaced by another is the same printer; unusable records are not compared.
         {{record(QStringLiteral("Libusb打印机"), PRINTER_LIBUSB)}, {record(QStringLiteral("x"), PRINTER_LIBUSB, false)},
          PRINTER_UNCHANGED},
+        {{record(QStringLiteral("Libusb打印机"), PRINTER_LIBUSB)}, {record(QStringLiteral("x"), PRINTER_LIBUSB)},
+         PRINTER_UNCHANGED},
         {{record(QStringLiteral("x"), PRINTER_UNUSABLE)}, {}, PRINTER_UNCHANGED},
     };
     for (const auto& c : cases)
