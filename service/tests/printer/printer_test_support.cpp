@@ -1,5 +1,7 @@
 #include "printer_test_support.h"
 
+#include "service_business/printer.h"
+
 #include <QFile>
 #include <QRegularExpression>
 
@@ -59,6 +61,16 @@ utility_business::PrinterInfo printerRecord(int id, const QString& name,
     info.type = type;
     info.connected = connected;
     return info;
+}
+
+QByteArray receipt(int number)
+{
+    return QByteArray("\x1b@Order ") + QByteArray::number(number) + "\n\x1dVB" + QByteArray(1, '\0');
+}
+
+QByteArray document(int number)
+{
+    return service_business::Printer::buildDocument(receipt(number)).bytes();
 }
 
 }  // namespace printer_test

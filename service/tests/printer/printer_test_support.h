@@ -52,6 +52,10 @@ bool waitForRecords(const utility_business::log::Capture& capture, const std::st
 // record; empty when there is none.
 std::string workerOf(const utility_business::log::Capture& capture, int printerId);
 
+// A small receipt numbered `number`, and the bytes the printer gets of it.
+QByteArray receipt(int number);
+QByteArray document(int number);
+
 utility_business::PrinterInfo printerRecord(int id, const QString& name,
                                             utility_business::utility_enum::PrinterType type,
                                             bool connected = true);

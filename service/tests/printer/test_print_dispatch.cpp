@@ -33,16 +33,6 @@ QString example(const char* name)
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
-QByteArray receipt(int number)
-{
-    return QByteArray("\x1b@Order ") + QByteArray::number(number) + "\n\x1dVB" + QByteArray(1, '\0');
-}
-
-QByteArray document(int number)
-{
-    return Printer::buildDocument(receipt(number)).bytes();
-}
-
 class PrintDispatchContract : public test_support::SpoolerContractTest {
 protected:
     void SetUp() override

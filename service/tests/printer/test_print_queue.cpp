@@ -28,16 +28,6 @@ namespace {
 const std::string kPrintManagerUnit = "src/printer/print_manager";
 const std::string kPrinterUnit = "src/printer/printer";
 
-QByteArray receipt(int number)
-{
-    return QByteArray("\x1b@Order ") + QByteArray::number(number) + "\n\x1dVB" + QByteArray(1, '\0');
-}
-
-QByteArray document(int number)
-{
-    return Printer::buildDocument(receipt(number)).bytes();
-}
-
 // The entry record of an operation of the service, without arguments.
 std::string entryOf(const std::string& operation)
 {
