@@ -17,6 +17,18 @@ static EngineError read_checked(char **dest, const cJSON *item, bool (*valid)(co
     return rc;
 }
 
+/* Reads a member that both kinds of settings have into width or copies; false for any other key. */
+static bool read_shared_member(const cJSON *item, char **width, int32_t *copies, EngineError *rc)
+{
+    if (json_key_is(item, "width"))
+        *rc = read_checked(width, item, is_valid_width, ENGINE_ERROR_PAPER_WIDTH);
+    else if (json_key_is(item, "number_of_copies"))
+        *copies = json_integer(item);
+    else
+        return false;
+    return true;
+}
+
 EngineError read_print_settings(EnginePrintSettings **settings, const cJSON *object)
 {
     if (!settings || !object)
@@ -26,12 +38,10 @@ EngineError read_print_settings(EnginePrintSettings **settings, const cJSON *obj
         return ENGINE_ERROR_NO_MEMORY;
     EngineError rc = ENGINE_OK;
     for (const cJSON *item = object->child; item && rc == ENGINE_OK; item = item->next) {
-        if (json_key_is(item, "width"))
-            rc = read_checked(&record->width, item, is_valid_width, ENGINE_ERROR_PAPER_WIDTH);
-        else if (json_key_is(item, "style"))
+        if (read_shared_member(item, &record->width, &record->number_of_copies, &rc))
+            continue;
+        if (json_key_is(item, "style"))
             rc = read_checked(&record->style, item, is_valid_style, ENGINE_ERROR_PRINT_STYLE);
-        else if (json_key_is(item, "number_of_copies"))
-            record->number_of_copies = json_integer(item);
         else if (json_key_is(item, "lines_between_copies"))
             rc = json_copy_string(&record->lines_between_copies, item);
         else if (json_key_is(item, "isPrintBarcodeEnabled"))
@@ -49,12 +59,8 @@ EngineError read_summary_print_settings(EngineSummaryPrintSettings **settings, c
     if (!record)
         return ENGINE_ERROR_NO_MEMORY;
     EngineError rc = ENGINE_OK;
-    for (const cJSON *item = object->child; item && rc == ENGINE_OK; item = item->next) {
-        if (json_key_is(item, "width"))
-            rc = read_checked(&record->width, item, is_valid_width, ENGINE_ERROR_PAPER_WIDTH);
-        else if (json_key_is(item, "number_of_copies"))
-            record->number_of_copies = json_integer(item);
-    }
+    for (const cJSON *item = object->child; item && rc == ENGINE_OK; item = item->next)
+        read_shared_member(item, &record->width, &record->number_of_copies, &rc);
     record->feed_lines = SUMMARY_FEED_LINES;
     *settings = record;
     return rc;
