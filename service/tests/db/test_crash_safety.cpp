@@ -2,13 +2,11 @@
 // kill each file must parse and hold either the last value a save reported done or the one being saved.
 #include "store_fixture.h"
 
-#include "db/json_db_p.h"
 #include "service_business/json_db.h"
 #include "service_business/json_db_updater.h"
 
 #include "utility_business/json_document.h"
 
-#include <QDir>
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QRandomGenerator>
@@ -49,17 +47,15 @@ RunReport parseReport(const QByteArray& output)
 
 }  // namespace
 
-class CrashSafety : public StoreTest {
+class CrashSafety : public test_support::StoreHomeTest {
 protected:
     // The values on disk; each file must parse.
     bool readValues(std::map<char, int>& values) const
     {
         JsonDocument runtime, env, app, local, basis;
-        if (!runtime.fromFile(appdataPath(QStringLiteral("Profiles/1/Settings-Runtime.json"))) ||
-            !env.fromFile(appdataPath(QStringLiteral("Settings-Env.json"))) ||
-            !app.fromFile(appdataPath(QStringLiteral("Settings-App.json"))) ||
-            !local.fromFile(appdataPath(QStringLiteral("Profiles/1/Settings-Local.json"))) ||
-            !basis.fromFile(appdataPath(QStringLiteral("Settings-Basis.json"))))
+        if (!runtime.fromFile(appdataPath("Profiles/1/Settings-Runtime.json")) || !env.fromFile(appdataPath("Settings-Env.json")) ||
+            !app.fromFile(appdataPath("Settings-App.json")) || !local.fromFile(appdataPath("Profiles/1/Settings-Local.json")) ||
+            !basis.fromFile(appdataPath("Settings-Basis.json")))
             return false;
         values['W'] = runtime.getInt({"window_info", "x"}, -1);
         values['E'] = env.getString({"counter"}).toInt();
@@ -132,10 +128,8 @@ TEST_F(CrashSafety, FilesHoldTheLastDoneOrTheNextValueAfterEveryKill)
 
     // The next start-up removes what killed saves left behind.
     JsonDB::db();
-    for (const QString& dir : {QStringLiteral(""), QStringLiteral("Profiles/1")}) {
-        EXPECT_TRUE(QDir(appdataPath(dir)).entryList({QStringLiteral(".*.tmp-*")}, QDir::Files | QDir::Hidden).isEmpty())
-            << dir.toStdString();
-    }
+    for (const QString dir : {"", "Profiles/1"})
+        EXPECT_EQ(QDir(appdataPath(dir)).entryList({".*.tmp-*"}, QDir::Files | QDir::Hidden), QStringList()) << dir;
 }
 
 // Each start-up of the store clears what killed saves left behind; a save under way in another process must
