@@ -1,35 +1,47 @@
 // Who hears which notification, and what it carries, on a real broker on loopback.
-#include "bus_listener.h"
+#include "bus.h"
+#include "service_home.h"
 
 #include "service_business/notifications.h"
 #include "service_business/printer_manager.h"
+#include "service_business/sender.h"
 
 #include "systemif/print_fake.h"
 
-#include <QThread>
-
 #include <QElapsedTimer>
+#include <QThread>
 
 using namespace service_business;
 using namespace utility_business::utility_enum;
 
 namespace {
 
-using Notifications = test_support::BusHomeTest;
+class Notifications : public test_support::ServiceHomeTest, public test_support::LoopbackBus {
+protected:
+    void SetUp() override
+    {
+        ServiceHomeTest::SetUp();
+        ASSERT_TRUE(startBus()) << m_broker.errorString();
+    }
+    void TearDown() override
+    {
+        stopBus();
+        ServiceHomeTest::TearDown();
+    }
+    // The next message must be `name`, a notification, to `topic` with these arguments.
+    static void expectMessage(MsgBusNameSpace::Subscriber& listener, const std::string& topic, const char* name,
+                              const QVariantList& arguments)
+    {
+        const auto message = test_support::nextMessage(listener);
+        ASSERT_TRUE(message) << name << " to " << topic << " never arrived";
+        EXPECT_EQ(message->topic, topic);
+        EXPECT_EQ(message->name, QLatin1String(name));
+        EXPECT_EQ(message->type, QStringLiteral("notification"));
+        EXPECT_EQ(message->arguments, arguments) << name << " to " << topic;
+    }
+};
 
-// The next message on the listener must be `name` of type "notification" to `topic` with these arguments.
-void expectMessage(MsgBusNameSpace::Subscriber& listener, const std::string& topic, const char* name,
-                   const QVariantList& arguments)
-{
-    const auto message = test_support::nextMessage(listener);
-    ASSERT_TRUE(message) << name << " to " << topic << " never arrived";
-    EXPECT_EQ(message->topic, topic);
-    EXPECT_EQ(message->name, QLatin1String(name));
-    EXPECT_EQ(message->type, QStringLiteral("notification"));
-    EXPECT_EQ(message->arguments, arguments) << name << " to " << topic;
-}
-
-TEST_F(Notifications, StateChangesReachEveryProfileByIdAndAnEnabledStateChangeOnlyItsOwnWith4)
+TEST_F(Notifications, StateChangesReachEveryProfileAndAnEnabledStateChangeOnlyItsOwnWith4)
 {
     ASSERT_EQ(addProfile(QStringLiteral("Noodle Bar")), 1);
     ASSERT_EQ(addProfile(QStringLiteral("Congee House")), 2);
@@ -38,44 +50,35 @@ TEST_F(Notifications, StateChangesReachEveryProfileByIdAndAnEnabledStateChangeOn
     utility::notifyAppNetworkStatus(NET_SERVER_UNREACHABLE, 504);
     expectMessage(*listener, "1", "networkHasChanged", {2, 504});
     expectMessage(*listener, "2", "networkHasChanged", {2, 504});
-
     utility::notifyAppPrinterModification(PRINTER_ADDED_AND_REMOVED);
     expectMessage(*listener, "1", "printerHasChanged", {3});
     expectMessage(*listener, "2", "printerHasChanged", {3});
-    expectNothingBefore(*listener, "KM_LAUNCHER_NAME");
+    expectNothingBefore(*this, *listener, "KM_LAUNCHER_NAME");
 
     utility::notifyAppPrinterEnabledStateChanged(2);
     expectMessage(*listener, "2", "printerHasChanged", {4});
-    expectNothingBefore(*listener, "1");
-}
-
-TEST_F(Notifications, WithoutProfilesOnlyTheLauncherHearsBrowserMessages)
-{
-    auto listener = listen({"KM_LAUNCHER_NAME", "1", "0", "-1"});
-
-    utility::notifyAppNetworkStatus(NET_DISCONNECTED, 0);
-    utility::notifyAppPrinterModification(PRINTER_REMOVED);
-    utility::pushMsgToAllBrowser(QStringLiteral("hello"));
-    expectMessage(*listener, "KM_LAUNCHER_NAME", "pushMsgToBrowser", {QStringLiteral("hello")});
-    expectNothingBefore(*listener, "1");
+    expectNothingBefore(*this, *listener, "1");
 }
 
 TEST_F(Notifications, BrowserMessagesGoToTheLauncherFirstThenEveryProfile)
 {
+    auto launcherOnly = listen({"KM_LAUNCHER_NAME", "1", "0", "-1"});
+    utility::notifyAppNetworkStatus(NET_DISCONNECTED, 0);
+    utility::notifyAppPrinterModification(PRINTER_REMOVED);
+    utility::pushMsgToAllBrowser(QStringLiteral("hello"));
+    expectMessage(*launcherOnly, "KM_LAUNCHER_NAME", "pushMsgToBrowser", {QStringLiteral("hello")});
+    expectNothingBefore(*this, *launcherOnly, "1");
+
     ASSERT_EQ(addProfile(QStringLiteral("Noodle Bar")), 1);
     ASSERT_EQ(addProfile(QStringLiteral("Congee House")), 2);
     auto listener = listen({"KM_LAUNCHER_NAME", "1", "2"});
-
     utility::pushPrintersHasChangedMsg();
-    const QVariantList printers{QStringLiteral(R"({"name":"pc.print.printersHasChanged"})")};
-    for (const char* topic : {"KM_LAUNCHER_NAME", "1", "2"})
-        expectMessage(*listener, topic, "pushMsgToBrowser", printers);
-
     utility::pushProfilesHasChangedMsg();
-    const QVariantList profiles{QStringLiteral(R"({"name":"pc.profile.profilesHasChanged"})")};
-    for (const char* topic : {"KM_LAUNCHER_NAME", "1", "2"})
-        expectMessage(*listener, topic, "pushMsgToBrowser", profiles);
-    expectNothingBefore(*listener, "KM_LAUNCHER_NAME");
+    for (const char* name : {"pc.print.printersHasChanged", "pc.profile.profilesHasChanged"}) {
+        for (const char* topic : {"KM_LAUNCHER_NAME", "1", "2"})
+            expectMessage(*listener, topic, "pushMsgToBrowser", {QStringLiteral(R"({"name":"%1"})").arg(QLatin1String(name))});
+    }
+    expectNothingBefore(*this, *listener, "KM_LAUNCHER_NAME");
 }
 
 TEST_F(Notifications, PrintResultGoesToTheGivenTopic)
@@ -85,12 +88,12 @@ TEST_F(Notifications, PrintResultGoesToTheGivenTopic)
     utility::printOrderCallBack(7, QStringLiteral("Bar"), false);
     expectMessage(*listener, "7", "systemPrintCompleted", {QStringLiteral("厨房: 订单 1042"), true});
     expectMessage(*listener, "7", "systemPrintCompleted", {QStringLiteral("Bar"), false});
-    expectNothingBefore(*listener, "KM_LAUNCHER_NAME");
+    expectNothingBefore(*this, *listener, "KM_LAUNCHER_NAME");
 }
 
-TEST_F(Notifications, PublishingFailsWithoutABrokerAndAllOfANotificationEndsWithinItsTimeLimit)
+TEST_F(Notifications, PublishingFailsWithoutABrokerAndANotificationEndsWithinItsTimeLimit)
 {
-    m_broker.stop();
+    stopBus();
     EXPECT_FALSE(Sender().sendData(1, "lost"));
     EXPECT_FALSE(Sender::publishData(1, utility_business::ipc_define::PublishMsg(QStringLiteral("lost"),
                                                                                  QStringLiteral("notification"))));
@@ -102,27 +105,19 @@ TEST_F(Notifications, PublishingFailsWithoutABrokerAndAllOfANotificationEndsWith
     EXPECT_LT(clock.elapsed(), 2500);
 }
 
-}  // namespace
-
-namespace {
-
-systemif::print::PrinterAnswer answered(unsigned char printer, unsigned char cause, unsigned char paper)
-{
-    systemif::print::PrinterAnswer answer;
-    answer.reach = systemif::print::PrinterAnswer::Reach::Answered;
-    answer.answers[0] = printer;
-    answer.answers[1] = cause;
-    answer.answers[2] = paper;
-    answer.count = 3;
-    return answer;
-}
-
-}  // namespace
-
 // The registry's watch publishes each change of a printer's status to every shop window within one interval,
 // once: the first reading, then a change, and nothing while it stays as it is.
 TEST_F(Notifications, PrinterStatusChangeReachesEveryProfileOnceWithinAnInterval)
 {
+    const auto answered = [](unsigned char printer, unsigned char cause, unsigned char paper) {
+        systemif::print::PrinterAnswer answer;
+        answer.reach = systemif::print::PrinterAnswer::Reach::Answered;
+        answer.answers[0] = printer;
+        answer.answers[1] = cause;
+        answer.answers[2] = paper;
+        answer.count = 3;
+        return answer;
+    };
     systemif::print::FakePrintSystem fake;
     fake.spooler.addQueue("Kitchen", "POS-80", "socket://kitchen.test:9100");
     fake.statusLink.setAnswer("kitchen.test", answered(0x12, 0x12, 0x12));
@@ -146,5 +141,7 @@ TEST_F(Notifications, PrinterStatusChangeReachesEveryProfileOnceWithinAnInterval
     QThread::msleep(300);  // three more readings, all the same
     PrinterManager::watchPrinterStatus(0);
     EXPECT_EQ(PrinterManager::printerStatus(0).state, PrinterStatus::State::PaperOut);
-    expectNothingBefore(*listener, "1");
+    expectNothingBefore(*this, *listener, "1");
 }
+
+}  // namespace
