@@ -14,9 +14,11 @@ using transporter::DownloaderReqInfo;
 
 TEST(SyncData, EveryTransferReportsFalseAndTouchesNoFile)
 {
+    const QDir home(test_support::homeDir());
+    const QStringList before = home.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     EXPECT_FALSE(sync_data::downloadAppSetting() || sync_data::downloadBasis() || sync_data::downloadEnvSettingFile());
     EXPECT_FALSE(sync_data::downloadLocal(1) || sync_data::uploadAppSetting() || sync_data::uploadProfileSetting(1));
-    EXPECT_EQ(QDir(test_support::homeDir()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList());
+    EXPECT_EQ(home.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), before);
 }
 
 TEST(SyncData, ReplyYieldsItsDataOnlyWhenItSaysSuccessTrue)
