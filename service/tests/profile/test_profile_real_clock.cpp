@@ -1,4 +1,5 @@
-// The in-use mark on the real clock: it holds a profile for 5000 ms and then lapses by itself.
+// The in-use mark on the real clock: it keeps the registry from removing a profile for 5000 ms, then lapses
+// by itself.
 #include "service_home.h"
 
 #include "service_business/profile_manager.h"

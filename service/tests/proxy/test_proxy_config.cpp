@@ -1,5 +1,9 @@
+// Choosing the proxy: grouped by the share of lost pings, then the fewest lost or the fastest, ties to the
+// first listed; one selection however many callers ask at once.
 #include "proxy_config_p.h"
 #include "service_business/proxy_config.h"
+
+#include "qt_print.h"
 
 #include <gtest/gtest.h>
 
@@ -14,30 +18,31 @@ namespace proxy = service_business::proxy;
 
 namespace {
 
-ProxyServerInfo server(const QString& address, int port)
-{
-    ProxyServerInfo info;
-    info.address = address;
-    info.host = address + QStringLiteral(".proxy");
-    info.port = port;
-    return info;
-}
-
-// A ping that answers from a table by address and counts its calls.
-struct ScriptedPing {
-    QMap<QString, proxy::PingStats> answers;
-    std::shared_ptr<std::atomic<int>> calls = std::make_shared<std::atomic<int>>(0);
-    proxy::PingFunction function() const
+// "a:20/10/5 b:..." as servers a, b, ... each answering its pings with sent/lost/time.
+struct Servers {
+    explicit Servers(const QString& table)
     {
-        auto table = answers;
-        auto counter = calls;
-        return [table, counter](const QString& address, int count, int timeoutMs) {
+        for (const QString& entry : table.split(' ', Qt::SkipEmptyParts)) {
+            const QString name = entry.section(':', 0, 0);
+            const QStringList n = entry.section(':', 1).split('/');
+            list << ProxyServerInfo::fromJson(QStringLiteral(R"({"host": "%1.proxy", "port": %2})").arg(name).arg(list.size() + 1));
+            list.last().address = name;
+            answers[name] = {n[0].toUInt(), n[1].toUInt(), n[2].toUInt()};
+        }
+    }
+    // Answers from the table and counts its calls.
+    proxy::PingFunction ping() const
+    {
+        return [table = answers, counter = calls](const QString& address, int count, int timeoutMs) {
             EXPECT_EQ(count, 20);
             EXPECT_EQ(timeoutMs, 3000);
             ++*counter;
             return table.value(address);
         };
     }
+    QList<ProxyServerInfo> list;
+    QMap<QString, proxy::PingStats> answers;
+    std::shared_ptr<std::atomic<int>> calls = std::make_shared<std::atomic<int>>(0);
 };
 
 class ProxySelection : public ::testing::Test {
@@ -48,116 +53,85 @@ protected:
         proxy::setPingFunction(nullptr);
         proxy::setServersFunction(nullptr);
     }
-    void useServers(const QList<ProxyServerInfo>& servers)
+    void use(const Servers& servers)
     {
-        proxy::setServersFunction([servers] { return servers; });
+        proxy::setPingFunction(servers.ping());
+        proxy::setServersFunction([list = servers.list] { return list; });
     }
 };
 
-}  // namespace
-
-TEST_F(ProxySelection, ProxiesAreSwitchedOff)
+TEST_F(ProxySelection, PrefersTheLowestLossGroupThenItsBestAndTiesGoToTheFirst)
 {
-    EXPECT_FALSE(ProxyConfig::needSetProxy());
-}
-
-TEST_F(ProxySelection, GoodGroupPrefersSmallestRoundTripAndTiesGoToLowerIndex)
-{
-    const QList<ProxyServerInfo> servers{server("a", 1), server("b", 2), server("c", 3)};
-    ScriptedPing ping;
-    ping.answers = {{"a", {20, 10, 5}}, {"b", {20, 2, 40}}, {"c", {20, 2, 40}}};
-    EXPECT_EQ(proxy::selectProxy(servers, ping.function()), 1);  // 0.5, 0.1, 0.1 with equal times
-    ping.answers["c"] = {20, 2, 39};
-    EXPECT_EQ(proxy::selectProxy(servers, ping.function()), 2);
-}
-
-TEST_F(ProxySelection, FairAndPoorGroupsPreferFewestLost)
-{
-    ScriptedPing ping;
-    ping.answers = {{"a", {20, 11, 1}}, {"b", {20, 4, 90}}, {"c", {20, 6, 1}}};  // 0.55 fair, 0.2 fair, 0.3 fair
-    EXPECT_EQ(proxy::selectProxy({server("a", 1), server("b", 2), server("c", 3)}, ping.function()), 1);
-
-    ping.answers = {{"a", {20, 20, 0}}, {"b", {20, 20, 0}}};  // every request lost: a tie goes to the first
-    EXPECT_EQ(proxy::selectProxy({server("a", 1), server("b", 2)}, ping.function()), 0);
-    ping.answers = {{"a", {20, 20, 0}}, {"b", {19, 19, 0}}};
-    EXPECT_EQ(proxy::selectProxy({server("a", 1), server("b", 2)}, ping.function()), 1);
-}
-
-TEST_F(ProxySelection, NothingSentCountsAsPoor)
-{
-    ScriptedPing ping;
-    ping.answers = {{"a", {0, 0, 0}}, {"b", {20, 12, 300}}};  // NaN ratio, then 0.6 exactly: both poor
-    EXPECT_EQ(proxy::selectProxy({server("a", 1), server("b", 2)}, ping.function()), 0);
+    EXPECT_FALSE(ProxyConfig::needSetProxy()) << "proxies are switched off";
+    const std::pair<const char*, int> cases[] = {
+        {"a:20/10/5 b:20/2/40 c:20/2/40", 1},  // good group (0.1): the smaller round trip, a tie to the first
+        {"a:20/10/5 b:20/2/40 c:20/2/39", 2},
+        {"a:20/11/1 b:20/4/90 c:20/6/1", 1},   // fair group: the fewest lost
+        {"a:20/20/0 b:20/20/0", 0},            // every ping lost: a tie goes to the first
+        {"a:20/20/0 b:19/19/0", 1},
+        {"a:0/0/0 b:20/12/300", 0},            // nothing sent counts as poor, as does 0.6 exactly
+    };
+    for (const auto& [table, expected] : cases) {
+        const Servers servers{QString::fromLatin1(table)};
+        EXPECT_EQ(proxy::selectProxy(servers.list, servers.ping()), expected) << table;
+    }
 }
 
 TEST_F(ProxySelection, OneServerIsChosenWithoutPingAndOnlyOnce)
 {
-    ScriptedPing ping;
-    proxy::setPingFunction(ping.function());
-    useServers({server("10.1.1.1", 8080)});
-
+    const Servers servers(QStringLiteral("10.1.1.1:20/0/1"));
+    use(servers);
     QString host, address;
     int port = 0;
     ASSERT_TRUE(ProxyConfig::bestProxy(host, port, address));
-    EXPECT_EQ(host, "10.1.1.1.proxy");
-    EXPECT_EQ(address, "10.1.1.1");
-    EXPECT_EQ(port, 8080);
-    EXPECT_EQ(*ping.calls, 0);
+    EXPECT_EQ(QStringList({host, address, QString::number(port)}), QStringList({"10.1.1.1.proxy", "10.1.1.1", "1"}));
+    EXPECT_EQ(*servers.calls, 0);
 
-    QString host2 = "kept";
-    int port2 = 7;
-    QString address2 = "kept";
-    EXPECT_FALSE(ProxyConfig::bestProxy(host2, port2, address2));
-    EXPECT_EQ(host2, "kept");
-    EXPECT_EQ(port2, 7);
+    QString kept = "kept";
+    EXPECT_FALSE(ProxyConfig::bestProxy(kept, port, kept));
+    EXPECT_EQ(kept, "kept");
+    EXPECT_EQ(port, 1);
 }
 
 TEST_F(ProxySelection, NoServersFailsEveryTimeAndLeavesArguments)
 {
-    useServers({});
+    use(Servers(QString()));
     QString host = "h", address = "a";
-    int port = 1;
+    int port = 7;
     EXPECT_FALSE(ProxyConfig::bestProxy(host, port, address));
     EXPECT_FALSE(ProxyConfig::bestProxy(host, port, address));
-    EXPECT_EQ(host, "h");
-    EXPECT_EQ(port, 1);
+    EXPECT_EQ(host + address + QString::number(port), "ha7");
 }
 
 TEST_F(ProxySelection, ConcurrentFirstCallsSelectOnce)
 {
-    ScriptedPing ping;
-    ping.answers = {{"a", {20, 0, 9}}, {"b", {20, 0, 3}}};
-    proxy::setPingFunction(ping.function());
-    useServers({server("a", 1), server("b", 2)});
-
+    const Servers servers(QStringLiteral("a:20/0/9 b:20/0/3"));
+    use(servers);
     std::atomic<int> successes{0};
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&] {
             QString host, address;
             int port = 0;
-            if (ProxyConfig::bestProxy(host, port, address)) {
-                ++successes;
-                EXPECT_EQ(address, "b");
-            }
+            if (ProxyConfig::bestProxy(host, port, address)) successes += address == "b" ? 1 : 100;
         });
     for (auto& t : threads) t.join();
     EXPECT_EQ(successes, 1);
-    EXPECT_EQ(*ping.calls, 2);  // one selection: each server pinged once
+    EXPECT_EQ(*servers.calls, 2) << "one selection: each server pinged once";
 }
 
 TEST(DnsComparison, AgreesOnlyWhenBothResolversGiveTheSameAnswer)
 {
     QStringList asked;
-    auto resolve = [&](const QString& host, const QStringList& servers) {
+    EXPECT_TRUE(proxy::dnsAnswersAgree("shop.example", [&](const QString& host, const QStringList& servers) {
         asked << host + "@" + servers.join(',');
         return QStringLiteral("1.2.3.4");
-    };
-    EXPECT_TRUE(proxy::dnsAnswersAgree("shop.example", resolve));
+    }));
     EXPECT_EQ(asked, QStringList({"shop.example@", "shop.example@114.114.114.114,115.115.115.115"}));
-
     EXPECT_FALSE(proxy::dnsAnswersAgree("x", [](const QString&, const QStringList& s) {
         return s.isEmpty() ? QStringLiteral("1.1.1.1") : QStringLiteral("2.2.2.2");
     }));
     EXPECT_FALSE(proxy::dnsAnswersAgree("x", [](const QString&, const QStringList&) { return QString(); }));
 }
+
+}  // namespace

@@ -1,13 +1,16 @@
-// The conversions on the real tables generated from Unihan and packed into the resource package.
+// The conversions on the real tables generated from Unihan and packed into the resource package: the cases
+// of translator_cases.txt, and the tables' own consistency.
 #include "service_business/translator.h"
 
 #include "resource_parser/res_loader.h"
 #include "utility_business/kelmo_path_info.h"
 
+#include "qt_print.h"
+
 #include <gtest/gtest.h>
 
-#include <QString>
-#include <QStringList>
+#include <QFile>
+#include <QRegularExpression>
 #include <QTextCodec>
 
 #include <future>
@@ -18,50 +21,44 @@ namespace Translator = service_business::Translator;
 
 namespace {
 
-// What the printing side does to a line: keep what GB2312 has, spell the rest in pinyin.
-std::u16string printable(const std::u16string& text)
+std::u16string convert(const QString& conversion, const std::u16string& text)
 {
-    std::u16string result;
-    for (char16_t c : Translator::toSimplifiedChinese(text)) {
-        if (Translator::isInGB2312(c))
-            result += c;
-        else
-            result += Translator::toPinyin(c);
-    }
-    return result;
+    if (conversion == QLatin1String("simplified")) return Translator::toSimplifiedChinese(text);
+    if (conversion == QLatin1String("traditional")) return Translator::toTraditionalChinese(text);
+    if (conversion == QLatin1String("pinyin")) return text.size() == 1 ? Translator::toPinyin(text[0]) : Translator::toPinyin(text);
+    std::u16string line;  // printable
+    for (char16_t c : Translator::toSimplifiedChinese(text)) line += Translator::isInGB2312(c) ? std::u16string(1, c) : Translator::toPinyin(c);
+    return line;
+}
+
+QString unescaped(QString text)
+{
+    static const QRegularExpression escape(QStringLiteral("\\\\u([0-9a-fA-F]{4})"));
+    for (auto match = escape.match(text); match.hasMatch(); match = escape.match(text))
+        text.replace(match.capturedStart(), 6, QChar(match.captured(1).toUShort(nullptr, 16)));
+    return text;
 }
 
 QString tableText(const char* name)
 {
-    const auto package = resource::ResLoader::get(utility_business::kelmoPathInfo().ostinelPakPath());
-    return package->getFileText(QLatin1String(name));
+    return resource::ResLoader::get(utility_business::kelmoPathInfo().ostinelPakPath())->getFileText(QLatin1String(name));
 }
-
-std::u16string pairFileText() { return tableText("data/traditional_simplified.dat").toStdU16String(); }
 
 }  // namespace
 
-TEST(Translator, SimplifiesATraditionalName)
+TEST(Translator, ConvertsEveryCaseOfTheTable)
 {
-    EXPECT_EQ(Translator::toSimplifiedChinese(u"劉德華"), u"刘德华");
-    EXPECT_EQ(Translator::toSimplifiedChinese(u"張偉 (後門)"), u"张伟 (后门)");
-    EXPECT_EQ(Translator::toTraditionalChinese(u"刘德华"), u"劉德華");
-}
-
-TEST(Translator, SpellsACharacterOutsideGb2312InPinyinWithoutTone)
-{
-    EXPECT_EQ(Translator::toPinyin(u'喆'), u"zhe");
-    EXPECT_EQ(Translator::toPinyin(u'堃'), u"kun");
-    EXPECT_EQ(Translator::toPinyin(u'绿'), u"lv") << "ü is written v";
-    EXPECT_EQ(Translator::toPinyin(u'A'), u"(*)");
-    EXPECT_EQ(Translator::toPinyin(std::u16string(u"好A")), u"hao(*)");
-    EXPECT_EQ(Translator::toPinyin(std::u16string()), u"");
-}
-
-TEST(Translator, PrintableLineKeepsGb2312SymbolsAndHanAndSpellsTheRest)
-{
-    EXPECT_EQ(printable(u"王喆，張堃【x2】"), u"王zhe，张kun【x2】");
-    EXPECT_EQ(printable(u"——\u2015\u30fb"), u"——(*)(*)") << "the dash of the printer's code page, not its look-alikes";
+    QFile file(QStringLiteral(SB_TRANSLATOR_CASES));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly | QIODevice::Text));
+    int cases = 0;
+    for (const QString& line : QString::fromUtf8(file.readAll()).split('\n')) {
+        const QStringList fields = line.split('\t');
+        if (line.startsWith('#') || fields.size() != 3) continue;
+        ++cases;
+        EXPECT_EQ(QString::fromStdU16String(convert(fields[0], unescaped(fields[1]).toStdU16String())), unescaped(fields[2]))
+            << line.toStdString();
+    }
+    EXPECT_EQ(cases, 11);
 }
 
 // What the table accepts is printed as is, so each must be one two-byte GB2312 code of the printer's code page.
@@ -74,28 +71,24 @@ TEST(Translator, EveryCharacterOfTheGb2312TableIsATwoByteGb2312CodeOfThePrinters
     QStringList outside;
     for (const QString& code : codes) {
         const QByteArray bytes = codePage->fromUnicode(QString(QChar(code.toUShort(nullptr, 16))));
-        const bool gb2312 = bytes.size() == 2 && uchar(bytes[0]) >= 0xA1 && uchar(bytes[0]) <= 0xF7 &&
-                            uchar(bytes[1]) >= 0xA1 && uchar(bytes[1]) <= 0xFE;
-        if (!gb2312) outside << code;
+        if (bytes.size() != 2 || uchar(bytes[0]) < 0xA1 || uchar(bytes[0]) > 0xF7 || uchar(bytes[1]) < 0xA1 || uchar(bytes[1]) > 0xFE)
+            outside << code;
     }
-    EXPECT_TRUE(outside.isEmpty()) << outside.join(QLatin1Char(' ')).toStdString();
+    EXPECT_EQ(outside, QStringList());
 }
 
 TEST(Translator, TraditionalAndBackReturnsEveryPairWhoseCharactersOccurOnce)
 {
-    const std::u16string text = pairFileText();
     std::vector<char16_t> characters;
-    for (char16_t c : text)
+    for (char16_t c : tableText("data/traditional_simplified.dat").toStdU16String())
         if (c != u' ' && c != u'\n') characters.push_back(c);
     ASSERT_GT(characters.size(), 2000u) << "the generated pair table is missing or short";
     ASSERT_EQ(characters.size() % 2, 0u);
-
     std::map<char16_t, int> occurrences;
     for (char16_t c : characters) ++occurrences[c];
     int checked = 0;
     for (size_t i = 0; i + 1 < characters.size(); i += 2) {
-        const std::u16string traditional(1, characters[i]);
-        const std::u16string simplified(1, characters[i + 1]);
+        const std::u16string traditional(1, characters[i]), simplified(1, characters[i + 1]);
         if (occurrences[characters[i]] != 1 || occurrences[characters[i + 1]] != 1) continue;
         EXPECT_EQ(Translator::toSimplifiedChinese(Translator::toTraditionalChinese(simplified)), simplified);
         EXPECT_EQ(Translator::toTraditionalChinese(Translator::toSimplifiedChinese(traditional)), traditional);
