@@ -5,7 +5,10 @@
 
 #include "service_business/notifications.h"
 
+#include <gtest/gtest.h>
+
 #include <csignal>
+#include <memory>
 
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -15,7 +18,7 @@ using namespace cli_test;
 
 namespace {
 
-// A loopback port that was free a moment ago, or held while `keep` is set (for a port that is taken).
+// A loopback port that was free a moment ago, or held open while `keep` is set (a port that is taken).
 int loopbackPort(int* keep = nullptr)
 {
     const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
@@ -23,123 +26,106 @@ int loopbackPort(int* keep = nullptr)
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t length = sizeof address;
-    if (fd < 0 || ::bind(fd, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0 || ::listen(fd, 1) != 0) {
-        if (fd >= 0)
-            ::close(fd);
-        return 0;
-    }
-    if (keep)
+    const bool bound = fd >= 0 && ::bind(fd, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
+                       ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0 && ::listen(fd, 1) == 0;
+    if (keep && bound)
         *keep = fd;
-    else
+    else if (fd >= 0)
         ::close(fd);
-    return ntohs(address.sin_port);
+    return bound ? ntohs(address.sin_port) : 0;
 }
 
-class BusCommand : public ToolTest {
+class BusCommand : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        ToolTest::SetUp();
-        m_sendPort = loopbackPort();
-        m_recvPort = loopbackPort();
         ASSERT_TRUE(m_sendPort > 0 && m_recvPort > 0 && m_sendPort != m_recvPort);
-        m_env = {{"SERVICE_BUSINESS_BUS_HOST", "127.0.0.1"},
-                 {"SERVICE_BUSINESS_BUS_PORT", QString::number(m_sendPort)},
-                 {"SERVICE_BUSINESS_BUS_SUB_PORT", QString::number(m_recvPort)}};
+        m_env.insert("SERVICE_BUSINESS_BUS_HOST", "127.0.0.1");
+        m_env.insert("SERVICE_BUSINESS_BUS_PORT", QString::number(m_sendPort));
+        m_env.insert("SERVICE_BUSINESS_BUS_SUB_PORT", QString::number(m_recvPort));
     }
-
-    QString endpoint(int port) const { return QStringLiteral("tcp://127.0.0.1:%1").arg(port); }
-
-    // "sbtool bus broker", once it says where it listens.
-    QProcess* startBroker()
+    void TearDown() override
     {
-        QProcess* broker = start({"bus", "broker"}, m_env);
-        EXPECT_NE(broker, nullptr);
-        if (!broker)
-            return nullptr;
-        EXPECT_EQ(nextLine(*broker, QProcess::StandardOutput),
-                  QStringLiteral("bus broker: taking messages on %1, serving subscribers on %2")
-                      .arg(endpoint(m_sendPort), endpoint(m_recvPort))
-                      .toUtf8());
-        return broker;
+        for (const auto& process : m_started)
+            if (process->state() != QProcess::NotRunning)
+                exitCodeOf(*process, 0);
     }
-
-    // "sbtool bus listen", once its subscription is in force.
-    QProcess* startListener(const QStringList& args)
+    QByteArray endpoint(int port) const { return "tcp://127.0.0.1:" + QByteArray::number(port); }
+    ToolRun tool(const QStringList& args) const { return runProgram(QStringLiteral(SBTOOL), args, m_env); }
+    // sbtool in the background, once its first line on the channel is `ready`.
+    QProcess* start(const QStringList& args, QProcess::ProcessChannel channel, const QByteArray& ready)
     {
-        QProcess* listener = start(QStringList{"bus", "listen"} + args, m_env);
-        EXPECT_NE(listener, nullptr);
-        if (!listener)
-            return nullptr;
-        EXPECT_EQ(nextLine(*listener, QProcess::StandardError),
-                  QStringLiteral("listening for \"%1\" on %2").arg(args.first(), endpoint(m_recvPort)).toUtf8());
-        return listener;
+        m_started.push_back(std::make_unique<QProcess>());
+        QProcess* process = m_started.back().get();
+        process->setProcessEnvironment(m_env);
+        process->start(QStringLiteral(SBTOOL), args);
+        EXPECT_EQ(nextLine(*process, channel), ready);
+        return process;
+    }
+    QProcess* listen(const QByteArray& topic, const QStringList& more = {})
+    {
+        return start(QStringList{"bus", "listen", topic} + more, QProcess::StandardError,
+                     "listening for \"" + topic + "\" on " + endpoint(m_recvPort));
     }
 
-    int m_sendPort = 0;
-    int m_recvPort = 0;
-    QMap<QString, QString> m_env;
+    int m_sendPort = loopbackPort();
+    int m_recvPort = loopbackPort();
+    QProcessEnvironment m_env = QProcessEnvironment::systemEnvironment();
+    std::vector<std::unique_ptr<QProcess>> m_started;
 };
 
 TEST_F(BusCommand, ListenerPrintsSentTextsAndServiceNotificationsAndBothStopOnSignals)
 {
-    QProcess* broker = startBroker();
-    ASSERT_NE(broker, nullptr);
-    QProcess* listener = startListener({"1", "--count", "2"});
-    ASSERT_NE(listener, nullptr);
-
-    EXPECT_TRUE(succeeds(run({"bus", "send", "12", "another profile"}, m_env)));
-    EXPECT_TRUE(succeeds(run({"bus", "send", "1", "{\"name\":\"closeApp\"}"}, m_env)));
-    EXPECT_TRUE(succeeds(run({"bus", "send", "1", "两行\n文字"}, m_env)));
-
+    QProcess* broker = start({"bus", "broker"}, QProcess::StandardOutput,
+                             "bus broker: taking messages on " + endpoint(m_sendPort) + ", serving subscribers on " +
+                                 endpoint(m_recvPort));
+    QProcess* listener = listen("1", {"--count", "2"});
+    // Topic 12 is another profile's: its listener must not see it.
+    for (const QStringList& message : {QStringList{"12", "another profile"}, QStringList{"1", "{\"name\":\"closeApp\"}"},
+                                       QStringList{"1", "两行\n文字"}}) {
+        const ToolRun sent = tool(QStringList{"bus", "send"} + message);
+        EXPECT_EQ(sent.exitCode, 0) << sent.err.constData();
+    }
     EXPECT_EQ(exitCodeOf(*listener), 0);
     EXPECT_EQ(listener->readAllStandardOutput(), "1\t{\"name\":\"closeApp\"}\n1\t两行\\n文字\n");
 
     // The service's own notifications reach a listener through the same broker.
-    QProcess* service = startListener({"7", "--count", "1"});
-    ASSERT_NE(service, nullptr);
-    for (auto it = m_env.cbegin(); it != m_env.cend(); ++it)
-        qputenv(it.key().toUtf8().constData(), it.value().toUtf8());
-    service_business::utility::printOrderCallBack(7, QStringLiteral("打印完成"), true);
+    QProcess* service = listen("7", {"--count", "1"});
     for (const QString& name : m_env.keys())
-        qunsetenv(name.toUtf8().constData());
-
+        if (name.startsWith("SERVICE_BUSINESS_BUS"))
+            qputenv(name.toUtf8().constData(), m_env.value(name).toUtf8());
+    service_business::utility::printOrderCallBack(7, QStringLiteral("打印完成"), true);
     EXPECT_EQ(exitCodeOf(*service), 0);
-    EXPECT_EQ(service->readAllStandardOutput(),
-              "7\t{\"arguments\":[\"打印完成\",true],\"name\":\"systemPrintCompleted\","
-              "\"type\":\"notification\"}\n");
+    EXPECT_EQ(service->readAllStandardOutput(), "7\t{\"arguments\":[\"打印完成\",true],\"name\":\"systemPrintCompleted\","
+                                                "\"type\":\"notification\"}\n");
 
-    // Both stop cleanly on their signals.
-    QProcess* idle = startListener({"1"});
-    ASSERT_NE(idle, nullptr);
+    QProcess* idle = listen("1");
     ::kill(static_cast<pid_t>(idle->processId()), SIGINT);
     EXPECT_EQ(exitCodeOf(*idle), 0);
     ::kill(static_cast<pid_t>(broker->processId()), SIGTERM);
     EXPECT_EQ(exitCodeOf(*broker), 0);
 }
 
-TEST_F(BusCommand, NoBrokerIsOneLine)
+TEST_F(BusCommand, NoBrokerOrATakenPortIsOneLine)
 {
-    EXPECT_TRUE(failsWith(run({"bus", "send", "1", "hello"}, m_env), 1,
-                          QStringLiteral("sbtool: the bus broker on %1 did not take the message (is \"sbtool bus "
-                                         "broker\" running?)")
-                              .arg(endpoint(m_sendPort))));
-    EXPECT_TRUE(failsWith(run({"bus", "listen", "1"}, m_env), 1,
-                          QStringLiteral("sbtool: no bus broker answers on %1 (is \"sbtool bus broker\" running?)")
-                              .arg(endpoint(m_recvPort))));
-}
+    const ToolRun send = tool({"bus", "send", "1", "hello"});
+    EXPECT_EQ(send.exitCode, 1);
+    EXPECT_EQ(send.err,
+              "sbtool: the bus broker on " + endpoint(m_sendPort) +
+                  " did not take the message (is \"sbtool bus broker\" running?)\n");
+    const ToolRun listen = tool({"bus", "listen", "1"});
+    EXPECT_EQ(listen.exitCode, 1);
+    EXPECT_EQ(listen.err,
+              "sbtool: no bus broker answers on " + endpoint(m_recvPort) + " (is \"sbtool bus broker\" running?)\n");
 
-TEST_F(BusCommand, BrokerOnATakenPortIsOneLine)
-{
     int held = -1;
     const int taken = loopbackPort(&held);
     ASSERT_GT(taken, 0);
     m_env.insert("SERVICE_BUSINESS_BUS_PORT", QString::number(taken));
-    const ToolRun result = run({"bus", "broker"}, m_env);
+    const ToolRun broker = tool({"bus", "broker"});
     ::close(held);
-    EXPECT_TRUE(failsWith(
-        result, 1, QStringLiteral("bus broker: cannot listen on %1: Address already in use").arg(endpoint(taken))));
+    EXPECT_EQ(broker.exitCode, 1);
+    EXPECT_EQ(broker.err, "bus broker: cannot listen on " + endpoint(taken) + ": Address already in use\n");
 }
 
 }  // namespace
