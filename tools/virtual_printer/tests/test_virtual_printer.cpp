@@ -1,20 +1,20 @@
 // The virtual printer served in-process, talked to over real loopback sockets.
+
 #include "virtual_printer/virtual_printer.h"
 
 #include "loopback_client.h"
+#include "qt_print.h"
 
 #include <gtest/gtest.h>
-
-#include <functional>
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
 #include <chrono>
+#include <functional>
 #include <mutex>
 #include <vector>
-#include <thread>
 
 using namespace std::chrono_literals;
 using virtual_printer::Options;
@@ -25,11 +25,9 @@ namespace {
 
 class VirtualPrinterTest : public ::testing::Test {
 protected:
-    void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
-
-    std::unique_ptr<VirtualPrinter> startPrinter(Options options = Options())
+    std::unique_ptr<VirtualPrinter> startPrinter(Options options = Options(), QTemporaryDir* dir = nullptr)
     {
-        options.outDir = m_dir.path().toStdString();
+        options.outDir = (dir ? dir : &m_dir)->path().toStdString();
         auto printer = std::make_unique<VirtualPrinter>(options);
         printer->setJobHandler([this](const SavedJob& job) {
             std::lock_guard<std::mutex> lock(m_mutex);
@@ -39,42 +37,29 @@ protected:
         EXPECT_TRUE(printer->start(&error)) << error;
         return printer;
     }
-
-    QByteArray job(int number) const
+    QByteArray job(int number, const QTemporaryDir* dir = nullptr) const
     {
-        QFile file(m_dir.filePath(QString::asprintf("job-%04d.bin", number)));
+        QFile file((dir ? dir : &m_dir)->filePath(QString::asprintf("job-%04d.bin", number)));
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
     }
-
     QStringList files() const { return QDir(m_dir.path()).entryList(QDir::Files | QDir::Hidden); }
 
     QTemporaryDir m_dir;
     std::mutex m_mutex;
-    std::vector<SavedJob> m_handled;  // what the job handler was given
+    std::vector<SavedJob> m_handled;  // what the job handler was given, guarded by m_mutex
 };
-
-const std::string kReceipt("\x1b@\x1b\x61\x01Table 5\n\x00\xff\x1dVA\x00", 20);
-
-}  // namespace
 
 TEST_F(VirtualPrinterTest, SavesEachJobByteExactClosesTheConnectionAfterItAndTellsTheHandler)
 {
+    const std::string receipt("\x1b@\x1b\x61\x01Table 5\n\x00\xff\x1dVA\x00", 20);
     auto printer = startPrinter();
-    {
-        LoopbackClient client(printer->port());
-        ASSERT_TRUE(client.connected());
-        ASSERT_TRUE(client.send(kReceipt));
-        client.endData();
-        EXPECT_TRUE(client.closedByPeer(5000));
-    }
-    {
-        LoopbackClient client(printer->port());
-        ASSERT_TRUE(client.send("second"));
-        client.endData();
-    }
+    LoopbackClient first(printer->port());
+    ASSERT_TRUE(first.send(receipt));
+    EXPECT_TRUE(first.closedByPeer(5000));
+    ASSERT_TRUE(LoopbackClient(printer->port()).send("second"));
     ASSERT_TRUE(printer->waitForJobs(2, 5s));
-    EXPECT_EQ(job(1), QByteArray(kReceipt.data(), int(kReceipt.size())));
-    EXPECT_EQ(job(2), QByteArray("second"));
+    EXPECT_EQ(job(1), QByteArray::fromStdString(receipt));
+    EXPECT_EQ(job(2), "second");
     EXPECT_EQ(files(), (QStringList{"job-0001.bin", "job-0002.bin"})) << "no partial files are left";
     std::lock_guard<std::mutex> lock(m_mutex);
     ASSERT_EQ(m_handled.size(), 2u);
@@ -89,11 +74,10 @@ TEST_F(VirtualPrinterTest, EndsAJobAfterAnIdleGapWhenThePeerKeepsTheConnectionOp
     options.idleGap = 200ms;
     auto printer = startPrinter(options);
     LoopbackClient client(printer->port());
-    ASSERT_TRUE(client.send("part one,"));
-    ASSERT_TRUE(client.send(" part two"));
+    ASSERT_TRUE(client.send("part one,", false) && client.send(" part two", false));
     ASSERT_TRUE(printer->waitForJobs(1, 5s));
     EXPECT_TRUE(client.closedByPeer(5000));
-    EXPECT_EQ(job(1), QByteArray("part one, part two"));
+    EXPECT_EQ(job(1), "part one, part two");
 }
 
 TEST_F(VirtualPrinterTest, ConnectionWithoutDataSavesNothingAndNumberingContinuesAfterTheDirectorysJobs)
@@ -103,14 +87,12 @@ TEST_F(VirtualPrinterTest, ConnectionWithoutDataSavesNothingAndNumberingContinue
     old.close();
     auto printer = startPrinter();
     {
-        LoopbackClient client(printer->port());
+        LoopbackClient silent(printer->port());
         ASSERT_TRUE(printer->waitForConnections(1, 5s));
     }
-    LoopbackClient client(printer->port());
-    ASSERT_TRUE(client.send("new"));
-    client.endData();
+    ASSERT_TRUE(LoopbackClient(printer->port()).send("new"));
     ASSERT_TRUE(printer->waitForJobs(1, 5s));
-    EXPECT_EQ(job(42), QByteArray("new"));
+    EXPECT_EQ(job(42), "new");
     EXPECT_EQ(files(), (QStringList{"job-0041.bin", "job-0042.bin"}));
 }
 
@@ -118,42 +100,37 @@ TEST_F(VirtualPrinterTest, ConnectionWithoutDataSavesNothingAndNumberingContinue
 // fault clears, as a printer prints its buffer: a job sent to a jammed printer may still print.
 TEST_F(VirtualPrinterTest, FaultsHoldTheJobUntilTheyClearAndThenItPrintsWhole)
 {
-    struct Case {
+    const struct {
         const char* name;
         std::function<void(Options&)> fault;
-        std::function<void(VirtualPrinter&)> clear;  // none: it clears by itself
+        bool clearsByItself;
+    } cases[] = {
+        {"hang", [](Options& o) { o.hang = true; }, false},
+        {"hang that resumes by itself", [](Options& o) { o.hang = true; o.resumeAfter = 1s; }, true},
+        {"stall after 4 bytes", [](Options& o) { o.stallAfter = 4; }, false},
+        {"close late", [](Options& o) { o.closeDelay = 1s; }, true},
     };
-    const Case cases[] = {
-        {"hang", [](Options& o) { o.hang = true; }, [](VirtualPrinter& p) { p.setHang(false); }},
-        {"hang that resumes by itself", [](Options& o) { o.hang = true; o.resumeAfter = 1s; }, nullptr},
-        {"stall after 4 bytes", [](Options& o) { o.stallAfter = 4; }, [](VirtualPrinter& p) { p.setHang(false); }},
-        {"close late", [](Options& o) { o.closeDelay = 1s; }, nullptr},
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         QTemporaryDir dir;
         Options options;
-        options.outDir = dir.path().toStdString();
         c.fault(options);
-        VirtualPrinter printer(options);
-        std::string error;
-        ASSERT_TRUE(printer.start(&error)) << error;
-        LoopbackClient client(printer.port());
+        auto printer = startPrinter(options, &dir);
+        LoopbackClient client(printer->port());
         ASSERT_TRUE(client.send("the whole job"));
-        client.endData();
         EXPECT_FALSE(client.closedByPeer(300)) << "held by the fault";
-        EXPECT_EQ(printer.jobCount(), 0);
-        if (c.clear) c.clear(printer);
-        ASSERT_TRUE(printer.waitForJobs(1, 5s));
-        QFile saved(dir.filePath("job-0001.bin"));
-        ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
-        EXPECT_EQ(saved.readAll(), QByteArray("the whole job"));
+        EXPECT_EQ(printer->jobCount(), 0);
+        if (!c.clearsByItself)
+            printer->setHang(false);
+        ASSERT_TRUE(printer->waitForJobs(1, 5s));
+        EXPECT_EQ(job(1, &dir), "the whole job");
         EXPECT_TRUE(client.closedByPeer(1000));
     }
 }
 
-// Refusing from the start still reserves a port, and accepting again listens on that same port.
-TEST_F(VirtualPrinterTest, RefusingPrinterRefusesConnectionsAndListensOnTheSamePortAgain)
+// Refusing from the start still reserves a port, and accepting again listens on that same port; another
+// printer cannot take a port in use.
+TEST_F(VirtualPrinterTest, RefusingPrinterKeepsItsPortAndListensThereAgain)
 {
     Options options;
     options.refuse = true;
@@ -164,24 +141,17 @@ TEST_F(VirtualPrinterTest, RefusingPrinterRefusesConnectionsAndListensOnTheSameP
     std::string error;
     ASSERT_TRUE(printer->setRefuse(false, &error)) << error;
     EXPECT_EQ(printer->port(), port);
-    LoopbackClient client(port);
-    ASSERT_TRUE(client.connected());
-    ASSERT_TRUE(client.send("back"));
-    client.endData();
+    ASSERT_TRUE(LoopbackClient(port).send("back"));
     ASSERT_TRUE(printer->waitForJobs(1, 5s));
-    EXPECT_EQ(job(1), QByteArray("back"));
+    EXPECT_EQ(job(1), "back");
+
+    options.port = port;
+    options.outDir = m_dir.path().toStdString();
+    VirtualPrinter second(options);
+    EXPECT_FALSE(second.start(&error));
+    EXPECT_EQ(error.find("bind 127.0.0.1:" + std::to_string(port)), 0u) << error;
     ASSERT_TRUE(printer->setRefuse(true));
     EXPECT_FALSE(LoopbackClient(port).connected());
 }
 
-TEST_F(VirtualPrinterTest, PortInUseFailsToStartWithAMessage)
-{
-    auto first = startPrinter();
-    Options options;
-    options.port = first->port();
-    options.outDir = m_dir.path().toStdString();
-    VirtualPrinter second(options);
-    std::string error;
-    EXPECT_FALSE(second.start(&error));
-    EXPECT_NE(error.find("bind 127.0.0.1:" + std::to_string(first->port())), std::string::npos) << error;
-}
+}  // namespace
