@@ -1,51 +1,37 @@
 // The readable dump of receipt bytes ("sbtool format --dump"): every golden receipt of the engine dumps as
-// the .txt beside its .bin, hand-made streams (dump_cases.json) dump as written there, and any bytes dump
-// without failing.
+// the .txt beside its .bin, hand-made streams dump as dump_cases.json says, and any bytes dump without failing.
 
 #include "escpos_dump.h"
-
-#include "qt_print.h"
+#include "tool_run.h"
 
 #include <gtest/gtest.h>
-
-#include <QDir>
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-
 #include <random>
 
 using sbtool::dumpEscPos;
 
 namespace {
 
-QByteArray readAll(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
-
 class GoldenDump : public ::testing::TestWithParam<std::string> {};
 
-// With SB_UPDATE_GOLDEN=1 the dumps are written instead of compared (engine/tests/golden/README.md).
+// With SB_UPDATE_GOLDEN set the dumps are written instead of compared (engine/tests/golden/README.md).
 TEST_P(GoldenDump, MatchesTheTextBesideTheReceipt)
 {
-    const QDir dir(QStringLiteral(SB_GOLDEN_DIR));
-    const QString name = QString::fromStdString(GetParam());
-    const QByteArray dump = dumpEscPos(readAll(dir.filePath(name + ".bin")));
+    const QString name = QStringLiteral(SB_GOLDEN_DIR "/") + QString::fromStdString(GetParam());
+    const QByteArray dump = dumpEscPos(cli_test::fileBytes(name + ".bin"));
     if (qEnvironmentVariableIsSet("SB_UPDATE_GOLDEN")) {
-        QFile text(dir.filePath(name + ".txt"));
-        ASSERT_TRUE(text.open(QIODevice::WriteOnly) && text.write(dump) == dump.size());
-        GTEST_SKIP() << "wrote " << text.fileName().toStdString();
+        ASSERT_TRUE(cli_test::writeFile(name + ".txt", dump));
+        GTEST_SKIP() << "wrote " << name.toStdString() << ".txt";
     }
-    EXPECT_EQ(dump, readAll(dir.filePath(name + ".txt")));
+    EXPECT_EQ(dump.toStdString(), cli_test::fileBytes(name + ".txt").toStdString());
 }
 
 std::vector<std::string> goldenNames()
 {
     std::vector<std::string> names;
-    for (const QString& file : QDir(QStringLiteral(SB_GOLDEN_DIR)).entryList({QStringLiteral("*.bin")}, QDir::Files, QDir::Name))
+    for (const QString& file : QDir(QStringLiteral(SB_GOLDEN_DIR)).entryList({QStringLiteral("*.bin")}))
         names.push_back(file.chopped(4).toStdString());
     return names;
 }
@@ -55,12 +41,11 @@ INSTANTIATE_TEST_SUITE_P(Engine, GoldenDump, ::testing::ValuesIn(goldenNames()),
 
 TEST(EscPosDump, NamesCommandsKeepsTextAndShowsStrayOrCutOffBytes)
 {
-    const QJsonArray rows = QJsonDocument::fromJson(readAll(QStringLiteral(SB_DUMP_CASES))).array();
+    const QJsonArray rows = QJsonDocument::fromJson(cli_test::fileBytes(QStringLiteral(SB_DUMP_CASES))).array();
     ASSERT_FALSE(rows.isEmpty());
-    for (const QJsonValue& row : rows) {
-        const QByteArray bytes = QByteArray::fromHex(row[QStringLiteral("hex")].toString().toLatin1());
-        EXPECT_EQ(dumpEscPos(bytes), row[QStringLiteral("dump")].toString().toUtf8()) << bytes.toHex().constData();
-    }
+    for (const QJsonValue& row : rows)
+        EXPECT_EQ(dumpEscPos(QByteArray::fromHex(row["hex"].toString().toLatin1())).toStdString(), row["dump"].toString().toStdString())
+            << row["about"].toString().toStdString();
 }
 
 TEST(EscPosDump, AcceptsArbitraryBytes)

@@ -2,12 +2,8 @@
 // print watchdog's verdict after its real ten seconds.
 
 #include "tool_run.h"
-
 #include "cups_printers.h"
 #include "temp_home.h"
-
-#include <QDir>
-#include <QFile>
 
 namespace {
 
@@ -18,12 +14,9 @@ TEST_F(PrintWatchdog, PrinterThatRefusesTheJobFailsAfterTheTenSecondLimit)
     virtual_printer::Options switchedOff;
     switchedOff.refuse = true;
     addPrinter(QStringLiteral("SwitchedOff"), switchedOff);
-    QFile receipt(QDir(test_support::homeDir()).filePath(QStringLiteral("r.bin")));
-    ASSERT_TRUE(receipt.open(QIODevice::WriteOnly) && receipt.write("\x1b@Table 4\n") == 10);
-    receipt.close();
-
-    const cli_test::ToolRun result =
-        cli_test::runProgram(QStringLiteral(SBTOOL), {"print", "--printer", "SwitchedOff", receipt.fileName()});
+    const QString receipt = QDir(test_support::homeDir()).filePath(QStringLiteral("r.bin"));
+    ASSERT_TRUE(cli_test::writeFile(receipt, "\x1b@Table 4\n"));
+    const cli_test::ToolRun result = cli_test::runProgram(QStringLiteral(SBTOOL), {"print", "--printer", "SwitchedOff", receipt});
     // The scheduler's backend had begun (it keeps trying to connect), so the tool cannot say more.
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.err, "sbtool: SwitchedOff: sent to the printer but not confirmed: given up after 10 s: "

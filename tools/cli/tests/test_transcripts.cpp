@@ -1,16 +1,12 @@
-// Command-line transcripts: each *.json file of SB_TRANSCRIPT_DIR holds cases, and each case is a list of
-// steps run in a fresh home: a run of the program (arguments, environment, stdin) with its stdout, stderr
-// and exit code compared exactly, files written before it and files or pictures checked after it.
-// README.md beside the data says what a step may hold.
+// Command-line transcripts: each *.json file of SB_TRANSCRIPT_DIR holds cases, each case a list of steps run
+// in a fresh home: a run of the program (arguments, environment, stdin) with its stdout, stderr and exit
+// code compared exactly, files written before it, files or pictures checked after it. The README beside
+// the cases says what a step may hold.
 
 #include "tool_run.h"
 
-#include "qt_print.h"
-
 #include <gtest/gtest.h>
-
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QImage>
 #include <QJsonArray>
@@ -36,69 +32,52 @@ std::vector<Case> loadCases()
     std::vector<Case> cases;
     const QDir dir(QStringLiteral(SB_TRANSCRIPT_DIR));
     for (const QString& file : dir.entryList({QStringLiteral("*.json")}, QDir::Files, QDir::Name)) {
-        QFile data(dir.filePath(file));
         QJsonParseError error;
-        const QJsonArray rows = data.open(QIODevice::ReadOnly)
-                                    ? QJsonDocument::fromJson(data.readAll(), &error).array()
-                                    : QJsonArray();
+        const QJsonArray rows = QJsonDocument::fromJson(cli_test::fileBytes(dir.filePath(file)), &error).array();
         if (rows.isEmpty())
             ADD_FAILURE() << "no cases in " << file.toStdString() << ": " << error.errorString().toStdString();
         for (const QJsonValue& row : rows)
-            cases.push_back({QFileInfo(file).baseName().toStdString() + '_' +
-                                 row[QStringLiteral("name")].toString().toStdString(),
-                             row[QStringLiteral("steps")].toArray()});
+            cases.push_back({QFileInfo(file).baseName().toStdString() + '_' + row["name"].toString().toStdString(),
+                             row["steps"].toArray()});
     }
     return cases;
 }
 
 class Transcript : public ::testing::TestWithParam<Case> {
 protected:
-    // ${HOME} is the case's home, ${DATA} its application data; the others are folders of the project.
-    QByteArray expand(QString text) const
+    // ${HOME} is the case's home, ${DATA} its application data, ${SOURCE} the project, ${RESOURCES} the built
+    // resource packages.
+    QByteArray expand(const QJsonValue& value) const
     {
-        text.replace(QLatin1String("${HOME}"), m_home.path())
+        return value.toString()
+            .replace(QLatin1String("${HOME}"), m_home.path())
             .replace(QLatin1String("${DATA}"), m_home.filePath(QStringLiteral("data")))
-            .replace(QLatin1String("${EXAMPLES}"), QStringLiteral(SB_EXAMPLES_DIR))
-            .replace(QLatin1String("${FACTORY}"), QStringLiteral(SB_FACTORY_SETTINGS_DIR))
-            .replace(QLatin1String("${RESOURCES}"), QStringLiteral(SB_BUILD_RESOURCES_DIR));
-        return text.toUtf8();
+            .replace(QLatin1String("${SOURCE}"), QStringLiteral(SB_SOURCE_DIR))
+            .replace(QLatin1String("${RESOURCES}"), QStringLiteral(SB_BUILD_RESOURCES_DIR))
+            .toUtf8();
     }
     // A path below the home unless it is absolute.
-    QString path(const QJsonValue& value) const
-    {
-        return QDir(m_home.path()).filePath(QString::fromUtf8(expand(value.toString())));
-    }
-    // A string, a list of lines each ending in a line break, or {"file": PATH} for that file's bytes;
-    // nothing when absent.
+    QString path(const QJsonValue& value) const { return QDir(m_home.path()).filePath(QString::fromUtf8(expand(value))); }
+    // A string, a list of lines each ending in a line break, or {"file": PATH} for that file's bytes; nothing
+    // when absent.
     QByteArray text(const QJsonValue& value) const
     {
         if (value.isObject())
-            return fileBytes(path(value[QStringLiteral("file")]));
-        if (!value.isArray())
-            return expand(value.toString());
+            return cli_test::fileBytes(path(value["file"]));
         QByteArray lines;
         for (const QJsonValue& line : value.toArray())
-            lines += expand(line.toString()) + '\n';
-        return lines;
-    }
-    static QByteArray fileBytes(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+            lines += expand(line) + '\n';
+        return value.isArray() ? lines : expand(value);
     }
     // Exact comparison; "${*}" in an expected text given in the case stands for any text within one line.
     ::testing::AssertionResult same(const QJsonValue& value, const QByteArray& actual) const
     {
         const QByteArray expected = text(value);
-        bool match = expected == actual;
-        if (!value.isObject() && expected.contains("${*}")) {
-            QStringList pieces = QString::fromUtf8(expected).split(QStringLiteral("${*}"));
-            for (QString& piece : pieces)
-                piece = QRegularExpression::escape(piece);
-            const QRegularExpression pattern(QLatin1Char('^') + pieces.join(QStringLiteral("[^\n]*")) + QLatin1Char('$'));
-            match = pattern.match(QString::fromUtf8(actual)).hasMatch();
-        }
-        if (match)
+        QStringList pieces = QString::fromUtf8(expected).split(QStringLiteral("${*}"));
+        for (QString& piece : pieces)
+            piece = QRegularExpression::escape(piece);
+        const QRegularExpression pattern(QLatin1Char('^') + pieces.join(QStringLiteral("[^\\n]*")) + QLatin1Char('$'));
+        if (expected == actual || (!value.isObject() && pieces.size() > 1 && pattern.match(QString::fromUtf8(actual)).hasMatch()))
             return ::testing::AssertionSuccess();
         return ::testing::AssertionFailure() << "expected\n" << expected.constData() << "\nactual\n" << actual.constData();
     }
@@ -108,65 +87,45 @@ protected:
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert(QStringLiteral("SERVICE_BUSINESS_HOME"), m_home.path());
         env.insert(QStringLiteral("TZ"), QStringLiteral("Asia/Shanghai"));
-        const QJsonObject vars = step[QStringLiteral("env")].toObject();
+        const QJsonObject vars = step["env"].toObject();
         for (auto it = vars.begin(); it != vars.end(); ++it)
-            env.insert(it.key(), QString::fromUtf8(expand(it.value().toString())));
+            env.insert(it.key(), QString::fromUtf8(expand(it.value())));
         QStringList args;
-        for (const QJsonValue& arg : step[QStringLiteral("run")].toArray())
-            args << QString::fromUtf8(expand(arg.toString()));
+        for (const QJsonValue& arg : step["run"].toArray())
+            args << QString::fromUtf8(expand(arg));
         const cli_test::ToolRun result =
-            cli_test::runProgram(QStringLiteral(SB_PROGRAM), args, env, text(step[QStringLiteral("stdin")]), m_home.path());
-        EXPECT_EQ(result.exitCode, step[QStringLiteral("exit")].toInt(0));
-        EXPECT_TRUE(same(step[QStringLiteral("stdout")], result.out)) << "stdout";
-        EXPECT_TRUE(same(step[QStringLiteral("stderr")], result.err)) << "stderr";
-        if (step.contains(QStringLiteral("stdout_to"))) {
-            QFile kept(path(step[QStringLiteral("stdout_to")]));
-            ASSERT_TRUE(kept.open(QIODevice::WriteOnly) && kept.write(result.out) == result.out.size());
+            cli_test::runProgram(QStringLiteral(SB_PROGRAM), args, env, text(step["stdin"]), m_home.path());
+        EXPECT_EQ(result.exitCode, step["exit"].toInt(0));
+        EXPECT_TRUE(same(step["stdout"], result.out)) << "stdout";
+        EXPECT_TRUE(same(step["stderr"], result.err)) << "stderr";
+        if (step.contains("stdout_to")) {
+            ASSERT_TRUE(cli_test::writeFile(path(step["stdout_to"]), result.out));
         }
     }
 
+    // A file by its path, or by a pattern that matches exactly one file (a name with a time stamp).
     void check(const QJsonObject& step) const
     {
-        QString file = path(step[QStringLiteral("file")]);
-        if (step.contains(QStringLiteral("glob"))) {
-            const QFileInfo pattern(path(step[QStringLiteral("glob")]));
-            const QStringList found = pattern.dir().entryList({pattern.fileName()});
-            ASSERT_EQ(found.size(), 1) << pattern.filePath().toStdString();
-            file = pattern.dir().filePath(found.first());
-        }
-        if (step.contains(QStringLiteral("missing"))) {
-            EXPECT_NE(QFileInfo::exists(file), step[QStringLiteral("missing")].toBool()) << file.toStdString();
-        } else if (step.contains(QStringLiteral("same_as"))) {
-            EXPECT_EQ(fileBytes(file), fileBytes(path(step[QStringLiteral("same_as")]))) << file.toStdString();
+        const QFileInfo info(path(step["file"]));
+        const QStringList found = info.dir().entryList({info.fileName()});
+        const QString file = info.fileName().contains('*') && found.size() == 1 ? info.dir().filePath(found[0]) : info.filePath();
+        if (step.contains("missing")) {
+            EXPECT_NE(QFileInfo::exists(file), step["missing"].toBool()) << file.toStdString();
+        } else if (step.contains("same_as")) {
+            EXPECT_EQ(cli_test::fileBytes(file), cli_test::fileBytes(path(step["same_as"]))) << file.toStdString();
         } else {
-            EXPECT_TRUE(same(step[QStringLiteral("text")], fileBytes(file))) << file.toStdString();
+            EXPECT_TRUE(same(step["text"], cli_test::fileBytes(file))) << file.toStdString();
         }
     }
 
     void checkImage(const QJsonObject& step) const
     {
-        const QImage image(path(step[QStringLiteral("image")]));
+        const QImage image(path(step["image"]));
         ASSERT_FALSE(image.isNull());
-        const QJsonArray size = step[QStringLiteral("size")].toArray();
-        if (!size.isEmpty()) {
-            EXPECT_EQ(image.size(), QSize(size[0].toInt(), size[1].toInt()));
-        }
-        if (step.contains(QStringLiteral("same_as"))) {
-            EXPECT_EQ(image, QImage(path(step[QStringLiteral("same_as")])));
-        }
-        if (step.contains(QStringLiteral("differs_from"))) {
-            EXPECT_NE(image, QImage(path(step[QStringLiteral("differs_from")])));
-        }
-    }
-
-    void write(const QJsonObject& step) const
-    {
-        const QString file = path(step[QStringLiteral("write")]);
-        ASSERT_TRUE(QDir().mkpath(QFileInfo(file).absolutePath()));
-        QFile out(file);
-        ASSERT_TRUE(out.open(QIODevice::WriteOnly));
-        out.write(step.contains(QStringLiteral("hex")) ? QByteArray::fromHex(step[QStringLiteral("hex")].toString().toLatin1())
-                                                       : text(step[QStringLiteral("text")]));
+        const QJsonArray size = step["size"].toArray();
+        EXPECT_TRUE(size.isEmpty() || image.size() == QSize(size[0].toInt(), size[1].toInt())) << image.width() << "x" << image.height();
+        EXPECT_TRUE(!step.contains("same_as") || image == QImage(path(step["same_as"])));
+        EXPECT_TRUE(!step.contains("differs_from") || image != QImage(path(step["differs_from"])));
     }
 
     QTemporaryDir m_home;
@@ -178,14 +137,15 @@ TEST_P(Transcript, MatchesItsTranscript)
     int number = 0;
     for (const QJsonValue& value : GetParam().steps) {
         const QJsonObject step = value.toObject();
-        SCOPED_TRACE(QStringLiteral("step %1: %2").arg(++number).arg(QString::fromUtf8(QJsonDocument(step).toJson(QJsonDocument::Compact))).toStdString());
-        if (step.contains(QStringLiteral("run"))) {
+        SCOPED_TRACE("step " + std::to_string(++number) + ": " + QJsonDocument(step).toJson(QJsonDocument::Compact).toStdString());
+        if (step.contains("run")) {
             run(step);
-        } else if (step.contains(QStringLiteral("write"))) {
-            write(step);
-        } else if (step.contains(QStringLiteral("mkdir"))) {
-            ASSERT_TRUE(QDir().mkpath(path(step[QStringLiteral("mkdir")])));
-        } else if (step.contains(QStringLiteral("image"))) {
+        } else if (step.contains("write")) {
+            ASSERT_TRUE(cli_test::writeFile(path(step["write"]), step.contains("hex") ? QByteArray::fromHex(step["hex"].toString().toLatin1())
+                                                                                      : text(step["text"])));
+        } else if (step.contains("mkdir")) {
+            ASSERT_TRUE(QDir().mkpath(path(step["mkdir"])));
+        } else if (step.contains("image")) {
             checkImage(step);
         } else {
             check(step);

@@ -4,12 +4,11 @@
 
 #include "qt_print.h"
 
-#include <QByteArray>
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
 #include <QProcess>
-#include <QProcessEnvironment>
-#include <QString>
-#include <QStringList>
 
 namespace cli_test {
 
@@ -19,8 +18,8 @@ struct ToolRun {
     QByteArray err;
 };
 
-// Waits for the process to end; its exit code, -1 when it crashed or did not end in time.
-inline int exitCodeOf(QProcess& process, int timeoutMs = 10000)
+// Waits for the process to end; its exit code, -1 when it crashed or did not end in time (it is killed).
+inline int exitCodeOf(QProcess& process, int timeoutMs = 20000)
 {
     if (!process.waitForFinished(timeoutMs)) {
         process.kill();
@@ -40,11 +39,9 @@ inline ToolRun runProgram(const QString& program, const QStringList& args,
     process.setProcessEnvironment(env);
     process.setWorkingDirectory(cwd);
     process.start(program, args);
-    ToolRun result;
-    if (!process.waitForStarted(10000))
-        return result;
     process.write(input);
     process.closeWriteChannel();
+    ToolRun result;
     result.exitCode = exitCodeOf(process, 60000);
     result.out = process.readAllStandardOutput();
     result.err = process.readAllStandardError();
@@ -60,10 +57,7 @@ inline QByteArray nextLine(QProcess& process, QProcess::ProcessChannel channel, 
     timer.start();
     while (!process.canReadLine() && timer.elapsed() < timeoutMs && process.state() == QProcess::Running)
         process.waitForReadyRead(100);
-    QByteArray line = process.readLine();
-    if (line.endsWith('\n'))
-        line.chop(1);
-    return line;
+    return process.readLine().replace('\n', QByteArray());
 }
 
 // What a print run said on stdout without the progress lines of a long wait ("NAME: sent as CUPS job 1,
@@ -75,6 +69,20 @@ inline QByteArray withoutWaits(const QByteArray& out)
         if (!line.isEmpty() && !line.contains(", waiting "))
             kept += line + '\n';
     return kept;
+}
+
+// The whole file; "<missing>" when it cannot be read.
+inline QByteArray fileBytes(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
+// Writes the file, making its directory; false when it cannot.
+inline bool writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    return QDir().mkpath(QFileInfo(path).absolutePath()) && file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
 
 }  // namespace cli_test

@@ -2,14 +2,11 @@
 // why nothing was drawn.
 
 #include "receipt_preview/receipt_preview.h"
-
 #include "paper_layout_p.h"
 #include "qt_print.h"
 
 #include <QTemporaryDir>
-
 #include <gtest/gtest.h>
-
 #include <random>
 #include <thread>
 
@@ -18,13 +15,11 @@ namespace {
 
 // A stream from a string literal, NUL bytes included.
 template <std::size_t N>
-QByteArray bytes(const char (&literal)[N])
-{
+QByteArray bytes(const char (&literal)[N]) {
     return QByteArray(literal, int(N - 1));
 }
 
-QImage draw(const QByteArray& stream, int scale = 1, Paper paper = Paper::Mm58)
-{
+QImage draw(const QByteArray& stream, int scale = 1, Paper paper = Paper::Mm58) {
     Options options;
     options.scale = scale;
     options.paper = paper;
@@ -34,36 +29,32 @@ QImage draw(const QByteArray& stream, int scale = 1, Paper paper = Paper::Mm58)
     return image;
 }
 
-TEST(RenderPaper, PictureIsThePaperWidthWithMarginsAsTallAsItsContentAndScaleMultipliesEveryDot)
-{
+TEST(RenderPaper, PictureIsThePaperWidthWithMarginsAsTallAsItsContentAndScaleMultipliesEveryDot) {
     EXPECT_EQ(draw("A\n").size(), QSize(384 + 2 * kMargin, 30 + 2 * kMargin));
     EXPECT_EQ(draw("A\n\n", 1, Paper::Mm80).size(), QSize(576 + 2 * kMargin, 60 + 2 * kMargin));
     const QImage one = draw("\x1b\x45\x01" "Ab\n");
-    const QImage three = draw("\x1b\x45\x01" "Ab\n", 3);
-    ASSERT_EQ(three.size(), one.size() * 3);
-    EXPECT_EQ(three, one.scaled(one.size() * 3));
+    EXPECT_EQ(draw("\x1b\x45\x01" "Ab\n", 3), one.scaled(one.size() * 3));
+}
 
+TEST(RenderToPng, WritesThePictureOrSaysWhyNot) {
     QTemporaryDir directory;
     QString error;
     ASSERT_TRUE(renderToPng("A\n", Options(), directory.filePath("receipt.png"), &error)) << error.toStdString();
-    EXPECT_EQ(QImage(directory.filePath("receipt.png")).convertToFormat(one.format()), draw("A\n"));
+    EXPECT_EQ(QImage(directory.filePath("receipt.png")).convertToFormat(QImage::Format_Grayscale8), draw("A\n"));
     EXPECT_FALSE(renderToPng("A\n", Options(), "/nonexistent/dir/receipt.png", &error));
-    EXPECT_EQ(error.contains("/nonexistent/dir/receipt.png"), true) << error.toStdString();
+    EXPECT_TRUE(error.contains("/nonexistent/dir/receipt.png")) << error.toStdString();
     EXPECT_FALSE(renderToPng(QByteArray(), Options(), directory.filePath("empty.png"), &error));
     EXPECT_FALSE(QFile::exists(directory.filePath("empty.png")));
 }
 
-TEST(RenderPaper, PrintsNothingForNulDrawerPulseUnknownOrCutShortCommands)
-{
-    const QImage expected = draw("AB\n");
+TEST(RenderPaper, PrintsNothingForNulDrawerPulseUnknownOrCutShortCommands) {
     for (const QByteArray& stream : {bytes("A\0B\n"), bytes("\x1b\x70\x00\x3c\xff" "AB\n"), bytes("A\x1b\xf5" "B\x1d\xf5\n"),
                                      bytes("AB\n\x1d\x6b\x49\x05{C\x01"), bytes("AB\n\x1d\x6b\x49"), bytes("AB\n\x1d\x6b")})
-        EXPECT_EQ(draw(stream), expected) << stream.toHex().constData();
+        EXPECT_EQ(draw(stream), draw("AB\n")) << stream.toHex().constData();
 }
 
 // Plain noise, then streams of real command prefixes with random arguments, which reach far more branches.
-TEST(RenderPaper, RandomBytesRenderOrFailWithAMessage)
-{
+TEST(RenderPaper, RandomBytesRenderOrFailWithAMessage) {
     std::mt19937 random(20240521);
     QByteArray noise(1 << 20, Qt::Uninitialized);
     for (char& byte : noise)
@@ -87,23 +78,21 @@ TEST(RenderPaper, RandomBytesRenderOrFailWithAMessage)
     }
 }
 
-TEST(RenderPaper, RendersOnSeveralThreadsAtOnce)
-{
+TEST(RenderPaper, RendersOnSeveralThreadsAtOnce) {
     const QByteArray stream = bytes("\x1b\x61\x01\x1d\x21\x11\xe5\xae\x8c\x1d\x21\x00\n" "Total 12.50\n");
     const QImage expected = draw(stream);
-    std::vector<QImage> images(4);
-    std::vector<std::thread> threads;
-    for (QImage& image : images)
-        threads.emplace_back([&image, &stream] { image = render(stream, Options(), nullptr); });
-    for (std::thread& thread : threads)
-        thread.join();
-    for (const QImage& image : images)
-        EXPECT_EQ(image, expected);
+    QImage images[4];
+    std::thread threads[4];
+    for (int i = 0; i < 4; ++i)
+        threads[i] = std::thread([&images, &stream, i] { images[i] = render(stream, Options(), nullptr); });
+    for (int i = 0; i < 4; ++i) {
+        threads[i].join();
+        EXPECT_EQ(images[i], expected);
+    }
 }
 
-// The exact wording of each reason is asserted here once; the command-line transcripts show how it reaches a person.
-TEST(RenderErrors, SaysWhyNothingWasDrawn)
-{
+// Each reason by its telling words; the command-line transcripts show the whole line a person reads.
+TEST(RenderErrors, SaysWhyNothingWasDrawn) {
     Options badScale, noFont;
     badScale.scale = kMaxScale + 1;
     noFont.fontFile = "/nonexistent/font.ttc";

@@ -2,23 +2,15 @@
 // signals, a held job that prints on resume, and a port that is taken. (Its command line and stdin
 // commands are rows of transcripts/sb_virtual_printer.json.)
 
-#include "virtual_printer/virtual_printer.h"
-
 #include "loopback_client.h"
-#include "qt_print.h"
 #include "receipt_preview/receipt_preview.h"
 #include "tool_run.h"
 
 #include <gtest/gtest.h>
-
-#include <QFile>
 #include <QImage>
 #include <QTemporaryDir>
-
 #include <algorithm>
 #include <csignal>
-
-using cli_test::nextLine;
 
 namespace {
 
@@ -29,9 +21,9 @@ protected:
     int start(const QStringList& extra = {})
     {
         m_process.start(QStringLiteral(SB_VIRTUAL_PRINTER), QStringList{"--port", "0", "--out", m_dir.path()} + extra);
-        return nextLine(m_process, QProcess::StandardOutput).toInt();
+        return next().toInt();
     }
-    QByteArray next() { return nextLine(m_process, QProcess::StandardOutput); }
+    QByteArray next() { return cli_test::nextLine(m_process, QProcess::StandardOutput); }
     void signal(int number) { ::kill(static_cast<pid_t>(m_process.processId()), number); }
     QByteArray jobLine(int number, int size) const
     {
@@ -46,21 +38,18 @@ protected:
 TEST_F(VirtualPrinterCommand, SaysEachJobAndDrawsItWithPreview)
 {
     const int port = start({"--preview", "--preview-width", "80"});
-    ASSERT_GT(port, 0);
     const std::string receipt = "\x1b\x61\x01\xd6\xd0\xce\xc4\n";
     ASSERT_TRUE(LoopbackClient(port).send(receipt));
     EXPECT_EQ(next(), jobLine(1, int(receipt.size())));
     EXPECT_EQ(next(), "preview 1 " + m_dir.filePath("job-0001.png").toUtf8());
     receipt_preview::Options wide;
     wide.paper = receipt_preview::Paper::Mm80;
-    EXPECT_EQ(QImage(m_dir.filePath("job-0001.png")),
-              receipt_preview::render(QByteArray::fromStdString(receipt), wide, nullptr));
+    EXPECT_EQ(QImage(m_dir.filePath("job-0001.png")), receipt_preview::render(QByteArray::fromStdString(receipt), wide, nullptr));
 }
 
 TEST_F(VirtualPrinterCommand, SignalsToggleRefusalAndHangAndAHeldJobPrintsOnResume)
 {
     const int port = start();
-    ASSERT_GT(port, 0);
     for (const char* expected : {"refuse on", "refuse off"}) {
         signal(SIGUSR2);
         ASSERT_EQ(next(), expected);
@@ -72,8 +61,7 @@ TEST_F(VirtualPrinterCommand, SignalsToggleRefusalAndHangAndAHeldJobPrintsOnResu
     ASSERT_TRUE(held.send("held"));
     EXPECT_FALSE(held.closedByPeer(300));
     signal(SIGUSR1);
-    // The held job may be saved before the change is confirmed.
-    QList<QByteArray> lines{next(), next()};
+    QList<QByteArray> lines{next(), next()};  // the held job may be saved before the change is confirmed
     std::sort(lines.begin(), lines.end());
     EXPECT_EQ(lines, (QList<QByteArray>{"hang off", jobLine(1, 4)}));
     signal(SIGTERM);
@@ -82,12 +70,7 @@ TEST_F(VirtualPrinterCommand, SignalsToggleRefusalAndHangAndAHeldJobPrintsOnResu
 
 TEST_F(VirtualPrinterCommand, PortInUseIsARuntimeFailure)
 {
-    virtual_printer::Options options;
-    options.outDir = m_dir.path().toStdString();
-    virtual_printer::VirtualPrinter holder(options);
-    std::string error;
-    ASSERT_TRUE(holder.start(&error)) << error;
-    const QString port = QString::number(holder.port());
+    const QString port = QString::number(start());
     const cli_test::ToolRun run = cli_test::runProgram(QStringLiteral(SB_VIRTUAL_PRINTER), {"--port", port, "--out", m_dir.path()});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.err, "sb-virtual-printer: bind 127.0.0.1:" + port.toUtf8() + ": Address already in use\n");
