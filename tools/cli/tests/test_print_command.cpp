@@ -1,7 +1,5 @@
-// sbtool print, format --print, printers and status through a private cupsd to in-process virtual printers:
-// the printer gets exactly the document the service builds from the receipt, what each printer or queue
-// says shows in the tables, and every way printing cannot start is one line. (Mistakes that need no
-// scheduler are rows of the transcripts.)
+// sbtool print, format --print, printers and status through a private cupsd to in-process virtual printers;
+// mistakes that need no scheduler are rows of the transcripts.
 
 #include "tool_run.h"
 #include "cups_printers.h"
@@ -45,17 +43,14 @@ protected:
     }
 };
 
+// Printed by print and by format --print: the printer receives GB18030, which drawn is the picture format
+// drew from the formatter's UTF-8.
 TEST_F(PrintCommand, PrinterGetsTheServiceDocumentOfTheReceipt)
 {
     Device* kitchen = addPrinter(QStringLiteral("Kitchen"));
     ASSERT_EQ(tool({"format", "dine", "-o", home("dine.bin")}), "0 ");
     EXPECT_EQ(tool({"print", "--printer", "Kitchen", home("dine.bin")}), "0 Kitchen: queued\nKitchen: sent as CUPS job #\nKitchen: printed\n");
     expectPrinted(kitchen, home("dine.bin"));
-}
-
-// The printer receives GB18030; drawn, it is the picture format drew from the formatter's UTF-8.
-TEST_F(PrintCommand, FormatPrintsWhatItFormatsAndThePrintedJobDrawsAsThePreview)
-{
     Device* bar = addPrinter(QStringLiteral("Bar"));
     ASSERT_EQ(tool({"format", "online", "--width", "80", "-o", home("online.bin")}), "0 ");
     EXPECT_EQ(tool({"format", "online", "--width", "80", "--preview", home("online.png"), "--print", "Bar"}),
@@ -155,6 +150,23 @@ TEST_F(PrintCommand, PrintersAndStatusShowWhatEachPrinterOrItsQueueSays)
     EXPECT_EQ(devices["PaperOut"]->savedJobs(), 0) << "nothing reached the printer out of paper";
     EXPECT_EQ(tool({"print", "--printer", "Silent", receipt()}), "0 Silent: queued\nSilent: sent as CUPS job #\nSilent: printed\n");
     expectPrinted(devices["Silent"], receipt());
+}
+
+// The print watchdog's verdict after its real ten seconds (labelled slow), the wait shown as it goes; the
+// scheduler's backend had begun (it keeps trying to connect), so the tool cannot say more.
+TEST_F(PrintCommand, PrinterThatRefusesTheJobFailsAfterTheTenSecondLimit)
+{
+    virtual_printer::Options switchedOff;
+    switchedOff.refuse = true;
+    addPrinter(QStringLiteral("SwitchedOff"), switchedOff);
+    const ToolRun result = runProgram(QStringLiteral(SBTOOL), {"print", "--printer", "SwitchedOff", receipt()});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err, "sbtool: SwitchedOff: sent to the printer but not confirmed: given up after 10 s: "
+                          "cancelled at the spooler while it was being sent to the printer\n");
+    const QString waits = QStringLiteral("(SwitchedOff: sent as CUPS job \\d+, waiting \\d+ s\n)*");
+    EXPECT_TRUE(QRegularExpression("^SwitchedOff: queued\nSwitchedOff: sent as CUPS job \\d+\n" + waits + '$')
+                    .match(QString::fromUtf8(result.out)).hasMatch()) << result.out.constData();
+    EXPECT_TRUE(result.out.contains(", waiting 8 s\n")) << result.out.constData();
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QRegularExpression>
 
 namespace cli_test {
 
@@ -41,11 +42,8 @@ inline ToolRun runProgram(const QString& program, const QStringList& args,
     process.start(program, args);
     process.write(input);
     process.closeWriteChannel();
-    ToolRun result;
-    result.exitCode = exitCodeOf(process, 60000);
-    result.out = process.readAllStandardOutput();
-    result.err = process.readAllStandardError();
-    return result;
+    const int exitCode = exitCodeOf(process, 60000);
+    return {exitCode, process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
 // The next line the process writes on the channel, without its line break; empty when none comes in time.
@@ -60,15 +58,10 @@ inline QByteArray nextLine(QProcess& process, QProcess::ProcessChannel channel, 
     return process.readLine().replace('\n', QByteArray());
 }
 
-// What a print run said on stdout without the progress lines of a long wait ("NAME: sent as CUPS job 1,
-// waiting 8 s").
+// A print run's stdout without the progress lines of a long wait ("NAME: sent as CUPS job 1, waiting 8 s").
 inline QByteArray withoutWaits(const QByteArray& out)
 {
-    QByteArray kept;
-    for (const QByteArray& line : out.split('\n'))
-        if (!line.isEmpty() && !line.contains(", waiting "))
-            kept += line + '\n';
-    return kept;
+    return QString::fromUtf8(out).remove(QRegularExpression(QStringLiteral(".*, waiting .*\n"))).toUtf8();
 }
 
 // The whole file; "<missing>" when it cannot be read.

@@ -15,7 +15,9 @@
 namespace receipt_preview {
 namespace {
 
-QByteArray unescape(const QByteArray& text) {
+// A field of a row as bytes, its escapes read.
+QByteArray unescape(const QString& field) {
+    const QByteArray text = field.toUtf8();
     QByteArray bytes;
     for (int i = 0; i < text.size(); ++i) {
         if (text[i] != '\\' || i + 1 == text.size()) {
@@ -43,15 +45,10 @@ std::vector<QStringList> rows(const char* name) {
     return table;
 }
 
-// Field `n` of the row as bytes, its escapes read.
-QByteArray field(const QStringList& row, int n) {
-    return unescape(row.value(n).toUtf8());
-}
-
 TEST(Code128, EncodesEachSetTheirSwitchesAndShiftsAndRefusesWhatAPrinterWouldNot) {
     for (const auto& row : rows("code128")) {
         std::string widths;
-        for (const int element : code128Elements(field(row, 0)))
+        for (const int element : code128Elements(unescape(row.value(0))))
             widths += char('0' + element);
         EXPECT_EQ(widths.empty() ? "refused" : widths, row.value(1).toStdString()) << row.value(0).toStdString();
     }
@@ -63,7 +60,7 @@ TEST(EscPosReader, ReadsCommandsByTheirLengthsAndDropsWhatItDoesNotDraw) {
                                         "Emphasis", "Init", "Cut", "BarcodeHeight", "BarcodeModule", "Barcode"};
     for (const auto& row : rows("escpos_reader")) {
         QByteArrayList words;
-        for (const Command& command : readCommands(field(row, 0)).commands)
+        for (const Command& command : readCommands(unescape(row.value(0))).commands)
             words << (command.kind == CommandKind::Text ? '"' + command.data + '"'
                       : command.kind == CommandKind::Barcode ? QByteArray("Barcode:") + QByteArray::number(command.value) + ':' + command.data.toHex()
                                                              : names[int(command.kind)] + (':' + QByteArray::number(command.value)));
@@ -75,7 +72,7 @@ TEST(TextDecoding, AutoReadsValidMultiByteUtf8AsUtf8AndEverythingElseAsGb18030) 
     for (const auto& row : rows("text_decoding")) {
         Encoding encoding = Encoding::Auto;
         ASSERT_TRUE(encodingFromName(row.value(0), &encoding)) << row.value(0).toStdString();
-        EXPECT_EQ(QString::fromLatin1(textCodec(encoding, readCommands(field(row, 1)))->name()), row.value(2)) << row.value(1).toStdString();
+        EXPECT_EQ(QString::fromLatin1(textCodec(encoding, readCommands(unescape(row.value(1))))->name()), row.value(2)) << row.value(1).toStdString();
     }
 }
 
@@ -84,7 +81,7 @@ TEST(PaperLayout, PlacesAlignsWrapsFeedsAndCutsAsThePrinterDoes) {
     for (const auto& row : rows("paper_layout")) {
         PaperLayout layout;
         QString error;
-        ASSERT_TRUE(layoutPaper(readCommands(field(row, 1)), QTextCodec::codecForName("UTF-8"),
+        ASSERT_TRUE(layoutPaper(readCommands(unescape(row.value(1))), QTextCodec::codecForName("UTF-8"),
                                 row.value(0).toInt() * kCellWidth, &layout, &error)) << error.toStdString();
         QString summary = QStringLiteral("height %1; glyphs").arg(layout.heightDots);
         for (const PlacedGlyph& g : layout.glyphs)
