@@ -1,5 +1,5 @@
-// sbtool bus: a broker on free loopback ports, a listener that prints what reaches its topic (sent by
-// "sbtool bus send" or by the service's notifications), and one line when no broker is there.
+// sbtool bus: a broker on free loopback ports, and a listener that prints what reaches its topic (sent by
+// "sbtool bus send" or by the service's notifications).
 
 #include "tool_run.h"
 #include "service_business/notifications.h"
@@ -90,12 +90,9 @@ TEST_F(BusCommand, ListenerPrintsSentTextsAndServiceNotificationsAndBothStopOnSi
     EXPECT_EQ(exitCodeOf(*broker), 0);
 }
 
-TEST_F(BusCommand, NoBrokerOrATakenPortIsOneLine)
+// Without a broker, send and listen are rows of the transcripts.
+TEST_F(BusCommand, BrokerOnATakenPortIsOneLine)
 {
-    EXPECT_EQ(tool({"bus", "send", "1", "hello"}),
-              "1 sbtool: the bus broker on " + endpoint(m_sendPort) + " did not take the message (is \"sbtool bus broker\" running?)\n");
-    EXPECT_EQ(tool({"bus", "listen", "1"}),
-              "1 sbtool: no bus broker answers on " + endpoint(m_recvPort) + " (is \"sbtool bus broker\" running?)\n");
     const auto taken = listener();
     qputenv("SERVICE_BUSINESS_BUS_PORT", QByteArray::number(taken->port()));
     EXPECT_EQ(tool({"bus", "broker"}), "1 bus broker: cannot listen on " + endpoint(taken->port()) + ": Address already in use\n");

@@ -43,13 +43,13 @@ protected:
     }
 };
 
-// Printed by print and by format --print: the printer receives GB18030, which drawn is the picture format
-// drew from the formatter's UTF-8.
+// By print and format --print; the printer receives GB18030, which draws as format's picture of the UTF-8.
 TEST_F(PrintCommand, PrinterGetsTheServiceDocumentOfTheReceipt)
 {
     Device* kitchen = addPrinter(QStringLiteral("Kitchen"));
     ASSERT_EQ(tool({"format", "dine", "-o", home("dine.bin")}), "0 ");
-    EXPECT_EQ(tool({"print", "--printer", "Kitchen", home("dine.bin")}), "0 Kitchen: queued\nKitchen: sent as CUPS job #\nKitchen: printed\n");
+    EXPECT_EQ(tool({"print", "--printer", "Kitchen", home("dine.bin")}),
+              "0 Kitchen: queued\nKitchen: sent as CUPS job #\nKitchen: printed\n");
     expectPrinted(kitchen, home("dine.bin"));
     Device* bar = addPrinter(QStringLiteral("Bar"));
     ASSERT_EQ(tool({"format", "online", "--width", "80", "-o", home("online.bin")}), "0 ");
@@ -61,8 +61,7 @@ TEST_F(PrintCommand, PrinterGetsTheServiceDocumentOfTheReceipt)
     EXPECT_EQ(receipt_preview::render(bar->savedJob(1), wide, nullptr), QImage(home("online.png")));
 }
 
-// A queue on a parallel port that is stopped counts as unplugged; a port the client cannot print to (the
-// error-handling backend around a socket, named after its scheme) is refused before anything is sent.
+// A stopped queue on a parallel port counts as unplugged; a port the client cannot print to (named by its scheme).
 TEST_F(PrintCommand, UnknownPrinterStoppedQueueOrUnusablePortFailsInOneLine)
 {
     addPrinter(QStringLiteral("Patio"));
@@ -79,8 +78,7 @@ TEST_F(PrintCommand, UnknownPrinterStoppedQueueOrUnusablePortFailsInOneLine)
         EXPECT_EQ(tool({"print", "--printer", row.first, receipt()}), row.second);
 }
 
-// Ctrl-C or SIGTERM cancel the job at CUPS, so that it is not left there to print later; the jammed printer
-// may have part of it, which the tool says.
+// Ctrl-C or SIGTERM cancel the job at CUPS, not to print later; the jammed printer may have part of it, as said.
 TEST_F(PrintCommand, CtrlCOrSigtermCancelsTheJobAtCups)
 {
     for (const int signal : {SIGINT, SIGTERM}) {
@@ -103,8 +101,7 @@ TEST_F(PrintCommand, CtrlCOrSigtermCancelsTheJobAtCups)
     }
 }
 
-// What each printer or its queue says shows in "printers" and "status"; a job to a printer out of paper fails
-// at once with nothing sent, and one to a printer that never answers status requests still prints.
+// What each printer or queue says, in "printers" and "status"; out of paper fails at once, silent still prints.
 TEST_F(PrintCommand, PrintersAndStatusShowWhatEachPrinterOrItsQueueSays)
 {
     const struct {

@@ -123,15 +123,14 @@ protected:
 
 TEST_P(Transcript, MatchesItsTranscript)
 {
-    int number = 0;
     for (const QJsonValue& value : GetParam().steps) {
         const QJsonObject step = value.toObject();
-        SCOPED_TRACE("step " + std::to_string(++number) + ": " + QJsonDocument(step).toJson(QJsonDocument::Compact).toStdString());
+        SCOPED_TRACE("step " + QJsonDocument(step).toJson(QJsonDocument::Compact).toStdString());
         if (step.contains("run")) {
             run(step);
         } else if (step.contains("write")) {
-            ASSERT_TRUE(cli_test::writeFile(path(step["write"]), step.contains("hex") ? QByteArray::fromHex(step["hex"].toString().toLatin1())
-                                                                                      : text(step["text"])));
+            const QByteArray bytes = step.contains("hex") ? QByteArray::fromHex(step["hex"].toString().toLatin1()) : text(step["text"]);
+            ASSERT_TRUE(cli_test::writeFile(path(step["write"]), bytes));
         } else if (step.contains("image")) {
             checkImage(step);
         } else {

@@ -1,9 +1,8 @@
 // A print stream drawn as the printed paper: its size, what draws nothing, any bytes, several threads, why
 // nothing was drawn; and each reference/NAME.png, the drawing of engine/tests/golden/expected/NAME.bin on the
-// paper its name says (a new case is a new picture). To regenerate the references after an intended change of a golden receipt or of the preview, run
-//     SB_UPDATE_REFERENCES=1 <build>/tools/preview/tests/receipt_preview_test --gtest_filter='Engine/*'
-// then look at every changed picture in reference/ before committing it. A failing comparison leaves the
-// picture it drew next to the test binary as NAME.actual.png.
+// paper its name says (a new case is a new picture). After an intended change of a golden receipt or the
+// preview, SB_UPDATE_REFERENCES=1 receipt_preview_test --gtest_filter='Engine/*' redraws them: look at each
+// before committing it. A failing comparison leaves its drawing next to the test as NAME.actual.png.
 
 #include "receipt_preview/receipt_preview.h"
 #include "paper_layout_p.h"
@@ -35,14 +34,12 @@ QImage draw(const QByteArray& stream, int scale = 1, Paper paper = Paper::Mm58) 
     return image;
 }
 
-TEST(RenderPaper, PictureIsThePaperWidthWithMarginsAsTallAsItsContentAndScaleMultipliesEveryDot) {
+TEST(RenderPaper, PictureIsThePaperWidthWithMarginsAsTallAsItsContentScaledAndSavedAsPng) {
     EXPECT_EQ(draw("A\n").size(), QSize(384 + 2 * kMargin, 30 + 2 * kMargin));
     EXPECT_EQ(draw("A\n\n", 1, Paper::Mm80).size(), QSize(576 + 2 * kMargin, 60 + 2 * kMargin));
     const QImage one = draw("\x1b\x45\x01" "Ab\n");
     EXPECT_EQ(draw("\x1b\x45\x01" "Ab\n", 3), one.scaled(one.size() * 3));
-}
-
-TEST(RenderToPng, WritesThePictureOrSaysWhyNot) {
+    // Saved as PNG, or why not.
     QTemporaryDir directory;
     QString error;
     ASSERT_TRUE(renderToPng("A\n", Options(), directory.filePath("receipt.png"), &error)) << error.toStdString();

@@ -60,10 +60,9 @@ TEST(EscPosReader, ReadsCommandsByTheirLengthsAndDropsWhatItDoesNotDraw) {
                                         "Emphasis", "Init", "Cut", "BarcodeHeight", "BarcodeModule", "Barcode"};
     for (const auto& row : rows("escpos_reader")) {
         QByteArrayList words;
-        for (const Command& command : readCommands(unescape(row.value(0))).commands)
-            words << (command.kind == CommandKind::Text ? '"' + command.data + '"'
-                      : command.kind == CommandKind::Barcode ? QByteArray("Barcode:") + QByteArray::number(command.value) + ':' + command.data.toHex()
-                                                             : names[int(command.kind)] + (':' + QByteArray::number(command.value)));
+        for (const Command& c : readCommands(unescape(row.value(0))).commands)
+            words << (c.kind == CommandKind::Text ? '"' + c.data + '"' : names[int(c.kind)] + (':' + QByteArray::number(c.value)) +
+                      (c.kind == CommandKind::Barcode ? ':' + c.data.toHex() : QByteArray()));
         EXPECT_EQ(QString::fromUtf8(words.join(' ')), row.value(1)) << row.value(0).toStdString();
     }
 }
@@ -72,7 +71,8 @@ TEST(TextDecoding, AutoReadsValidMultiByteUtf8AsUtf8AndEverythingElseAsGb18030) 
     for (const auto& row : rows("text_decoding")) {
         Encoding encoding = Encoding::Auto;
         ASSERT_TRUE(encodingFromName(row.value(0), &encoding)) << row.value(0).toStdString();
-        EXPECT_EQ(QString::fromLatin1(textCodec(encoding, readCommands(unescape(row.value(1))))->name()), row.value(2)) << row.value(1).toStdString();
+        const QTextCodec* codec = textCodec(encoding, readCommands(unescape(row.value(1))));
+        EXPECT_EQ(QString::fromLatin1(codec->name()), row.value(2)) << row.value(1).toStdString();
     }
 }
 

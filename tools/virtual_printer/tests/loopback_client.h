@@ -1,13 +1,11 @@
 #pragma once
 // A client of the virtual printer on 127.0.0.1, as a print spooler's socket backend talks to it.
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <string>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include <string>
 
 class LoopbackClient {
 public:

@@ -17,8 +17,7 @@ namespace {
 
 class VirtualPrinterTest : public ::testing::Test {
 protected:
-    // A started printer saving into a fresh directory (holding an empty file `existing` when given), its
-    // jobs' handler recording what it is told.
+    // A printer saving into a fresh directory (with an empty file `existing`), its handler recording each job.
     std::unique_ptr<VirtualPrinter> startPrinter(Options options = Options(), const QString& existing = QString())
     {
         m_dir = std::make_unique<QTemporaryDir>();
@@ -98,8 +97,7 @@ TEST_F(VirtualPrinterTest, FaultsHoldTheJobUntilTheyClearAndThenItPrintsWhole)
     }
 }
 
-// Refusing from the start still reserves a port, and accepting again listens on that same port. (A port in
-// use is a test of the program.)
+// Refusing from the start still reserves a port; accepting again listens there. (A port in use: the program.)
 TEST_F(VirtualPrinterTest, RefusingPrinterKeepsItsPortAndListensThereAgain)
 {
     Options options;

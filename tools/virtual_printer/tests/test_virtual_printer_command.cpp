@@ -1,6 +1,5 @@
-// sb-virtual-printer as a program, where a transcript cannot show it: a job's line and its picture, the
-// signals, a held job that prints on resume, and a port that is taken. (Its command line and stdin
-// commands are rows of transcripts/sb_virtual_printer.json.)
+// sb-virtual-printer where a transcript cannot show it: a job's line and picture, the signals, a held job
+// printed on resume, a taken port. (Its command line and stdin commands: transcripts/sb_virtual_printer.json.)
 
 #include "loopback_client.h"
 #include "receipt_preview/receipt_preview.h"
@@ -47,7 +46,7 @@ TEST_F(VirtualPrinterCommand, SaysEachJobAndDrawsItWithPreview)
     EXPECT_EQ(QImage(m_dir.filePath("job-0001.png")), receipt_preview::render(QByteArray::fromStdString(receipt), wide, nullptr));
 }
 
-TEST_F(VirtualPrinterCommand, SignalsToggleRefusalAndHangAndAHeldJobPrintsOnResume)
+TEST_F(VirtualPrinterCommand, SignalsToggleRefusalAndHangAHeldJobPrintsOnResumeAndItsPortIsTaken)
 {
     const int port = start();
     for (const char* expected : {"refuse on", "refuse off"}) {
@@ -64,16 +63,12 @@ TEST_F(VirtualPrinterCommand, SignalsToggleRefusalAndHangAndAHeldJobPrintsOnResu
     QList<QByteArray> lines{next(), next()};  // the held job may be saved before the change is confirmed
     std::sort(lines.begin(), lines.end());
     EXPECT_EQ(lines, (QList<QByteArray>{"hang off", jobLine(1, 4)}));
+    // Its port, taken, is a runtime failure for another.
+    const auto run = cli_test::runProgram(QStringLiteral(SB_VIRTUAL_PRINTER), {"--port", QString::number(port), "--out", m_dir.path()});
+    EXPECT_EQ(QByteArray::number(run.exitCode) + ' ' + run.err,
+              "1 sb-virtual-printer: bind 127.0.0.1:" + QByteArray::number(port) + ": Address already in use\n");
     signal(SIGTERM);
     EXPECT_EQ(cli_test::exitCodeOf(m_process), 0);
-}
-
-TEST_F(VirtualPrinterCommand, PortInUseIsARuntimeFailure)
-{
-    const QString port = QString::number(start());
-    const cli_test::ToolRun run = cli_test::runProgram(QStringLiteral(SB_VIRTUAL_PRINTER), {"--port", port, "--out", m_dir.path()});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.err, "sb-virtual-printer: bind 127.0.0.1:" + port.toUtf8() + ": Address already in use\n");
 }
 
 }  // namespace
