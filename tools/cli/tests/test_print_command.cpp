@@ -1,234 +1,169 @@
-// sbtool print, format --print and printers through a real cupsd to sb-virtual-printer: the printer gets
-// exactly the document the service builds from the receipt, and every way printing cannot start is one line.
+// sbtool print, format --print, printers and status through a private cupsd to in-process virtual printers;
+// mistakes that need no scheduler are rows of the transcripts.
 
-#include "print_fixture.h"
-
+#include "tool_run.h"
+#include "cups_printers.h"
+#include "receipt_preview/receipt_preview.h"
+#include "same_bytes.h"
 #include "service_business/printer.h"
+#include "temp_home.h"
 
-#include <QDir>
-#include <QElapsedTimer>
 #include <QImage>
 #include <QRegularExpression>
-#include <QThread>
-
+#include <chrono>
 #include <csignal>
 
 using namespace cli_test;
+using virtual_printer::Status;
 
 namespace {
 
-using PrintCommand = PrintTest;
-
-QByteArray documentOf(const QByteArray& receipt)
-{
-    return service_business::Printer::buildDocument(receipt).bytes();
-}
-
-TEST_F(PrintCommand, PrinterGetsTheServiceDocumentOfTheReceipt)
-{
-    Device kitchen;
-    addPrinter("Kitchen", &kitchen);
-    ASSERT_TRUE(succeeds(run({"format", "dine", "-o", homePath("dine.bin")})));
-
-    const ToolRun result = run({"print", "--printer", "Kitchen", homePath("dine.bin")});
-    ASSERT_TRUE(succeeds(result));
-    EXPECT_EQ(withoutWaits(result.out), "Kitchen: queued\nKitchen: sent as CUPS job 1\nKitchen: printed\n");
-    const QByteArray document = documentOf(fileBytes(homePath("dine.bin")));
-    EXPECT_EQ(kitchen.nextReport(),
-              QStringLiteral("job 1 %1 %2").arg(kitchen.jobPath(1)).arg(document.size()).toUtf8());
-    EXPECT_EQ(fileBytes(kitchen.jobPath(1)), document);
-}
-
-TEST_F(PrintCommand, FormatPrintsWhatItFormatsAndThePrinterDrawsWhatWasPreviewed)
-{
-    Device bar;
-    addPrinter("Bar", &bar, {"--preview", "--preview-width", "80"});
-    ASSERT_TRUE(succeeds(run({"format", "online", "--width", "80", "-o", homePath("online.bin")})));
-
-    const ToolRun result = run({"format", "online", "--width", "80", "--preview", homePath("online.png"),
-                                "--print", "Bar"});
-    ASSERT_TRUE(succeeds(result));
-    EXPECT_EQ(withoutWaits(result.out), "Bar: queued\nBar: sent as CUPS job 1\nBar: printed\n");
-    ASSERT_TRUE(bar.nextReport().startsWith("job 1 "));
-    EXPECT_EQ(bar.nextReport(), QStringLiteral("preview 1 %1").arg(bar.jobPath(1, "png")).toUtf8());
-    EXPECT_EQ(fileBytes(bar.jobPath(1)), documentOf(fileBytes(homePath("online.bin"))));
-    // The printer received GB18030; its picture is the one drawn from the formatter's UTF-8.
-    const QImage printed(bar.jobPath(1, "png"));
-    EXPECT_FALSE(printed.isNull());
-    EXPECT_EQ(printed, QImage(homePath("online.png")));
-}
-
-TEST_F(PrintCommand, PrintersShowsTheQueueAsTheRegistryRecordsIt)
-{
-    Device counter;
-    addPrinter("Counter", &counter);
-    const ToolRun result = run({"printers"});
-    ASSERT_TRUE(succeeds(result));
-    const QList<QByteArray> lines = result.out.split('\n');
-    ASSERT_GE(lines.size(), 2);
-    EXPECT_TRUE(lines.first().startsWith("ID  NAME")) << result.out.constData();
-    // Its id depends on the USB printers collected before the queues.
-    bool found = false;
-    for (const QByteArray& line : lines)
-        found = found || line.simplified().endsWith(" Counter network IP_127.0.0.1 network 58mm yes ready the printer "
-                                                    "says it is ready");
-    EXPECT_TRUE(found) << result.out.constData();
-}
-
-TEST_F(PrintCommand, UnknownPrinterEmptyOrMissingFileIsOneLineEach)
-{
-    ASSERT_TRUE(writeFile(homePath("r.bin"), "\x1b@Table 1\n"));
-    EXPECT_TRUE(failsWith(run({"print", "--printer", "Nowhere", homePath("r.bin")}), 1,
-                          "sbtool: no printer \"Nowhere\" in CUPS (see \"sbtool printers\")"));
-    ASSERT_TRUE(writeFile(homePath("empty.bin"), QByteArray()));
-    EXPECT_TRUE(failsWith(run({"print", "--printer", "Kitchen", homePath("empty.bin")}), 1,
-                          QStringLiteral("sbtool: %1 is empty: there is nothing to print").arg(homePath("empty.bin"))));
-    const QString missing = homePath("none.bin");
-    EXPECT_TRUE(failsWith(run({"print", "--printer", "Kitchen", missing}), 1,
-                          QStringLiteral("sbtool: cannot read %1: No such file or directory").arg(missing)));
-}
-
-TEST_F(PrintCommand, JobOnAStoppedQueueFailsInOneLine)
-{
-    Device patio;
-    addPrinter("Patio", &patio);
-    ASSERT_TRUE(s_cups->stopQueue("Patio"));
-    ASSERT_TRUE(writeFile(homePath("r.bin"), "\x1b@Table 2\n"));
-    const ToolRun result = run({"print", "--printer", "Patio", homePath("r.bin")});
-    EXPECT_TRUE(
-        failsWith(result, 1, "sbtool: Patio: failed: not sent: the printer is paused: Paused"));
-    EXPECT_EQ(withoutWaits(result.out), "Patio: queued\n");
-}
-
-// Ctrl-C or SIGTERM cancel the job at CUPS, so that it is not left there to print later; the jammed
-// printer may have part of it, which the tool says.
-TEST_F(PrintCommand, CtrlCOrSigtermCancelsTheJobAtCupsAndLeavesNoneBehind)
-{
-    for (const int signal : {SIGINT, SIGTERM}) {
-        Device jammed;
-        const QString name = QStringLiteral("Jammed%1").arg(signal);
-        addPrinter(name, &jammed, {"--hang"});
-        ASSERT_TRUE(writeFile(homePath("r.bin"), "\x1b@Table 7\n"));
-        QProcess* tool = start({"print", "--printer", name, homePath("r.bin")});
-        ASSERT_NE(tool, nullptr);
-        EXPECT_EQ(nextLine(*tool, QProcess::StandardOutput), name.toUtf8() + ": queued");
-        const QByteArray sent = nextLine(*tool, QProcess::StandardOutput);
-        ASSERT_TRUE(sent.startsWith(name.toUtf8() + ": sent as CUPS job ")) << sent.constData();
-        const int job = sent.mid(sent.lastIndexOf(' ') + 1).toInt();
-        for (int i = 0; i < 500 && s_cups->jobState(job) != 5 /* processing */; ++i) QThread::msleep(10);
-        ::kill(static_cast<pid_t>(tool->processId()), signal);
-        EXPECT_EQ(exitCodeOf(*tool, 20000), 1);
-        EXPECT_EQ(s_cups->jobState(job), 7 /* canceled */);
-        EXPECT_EQ(tool->readAllStandardError(),
-                  "sbtool: " + name.toUtf8() +
-                      ": sent to the printer but not confirmed: cancelled: cancelled at the spooler while it was "
-                      "being sent to the printer\n");
-    }
-}
-
-TEST_F(PrintCommand, OfflinePrinterOnALocalPortIsRefusedInOneLine)
-{
-    // A queue on a parallel port whose queue is stopped: the spooler marks it offline.
-    ASSERT_TRUE(s_cups->addRawQueue("Upstairs", "parallel:/dev/lp7"));
-    ASSERT_TRUE(s_cups->stopQueue("Upstairs"));
-    ASSERT_TRUE(writeFile(homePath("r.bin"), "\x1b@Table 5\n"));
-    const ToolRun result = run({"print", "--printer", "Upstairs", homePath("r.bin")});
-    EXPECT_TRUE(failsWith(result, 1,
-                          "sbtool: printer \"Upstairs\" is not connected: its queue is stopped or rejects jobs, or "
-                          "its device is unplugged"));
-    EXPECT_EQ(result.out, QByteArray());
-}
-
-TEST_F(PrintCommand, PrinterOnAPortTheClientCannotUseIsRefusedInOneLine)
-{
-    // The error-handling backend wrapped around a socket: its port is named after its scheme.
-    ASSERT_TRUE(s_cups->addRawQueue("Wrapped", "beh:/1/3/5/socket://127.0.0.1:9/"));
-    ASSERT_TRUE(writeFile(homePath("r.bin"), "\x1b@Table 6\n"));
-    EXPECT_TRUE(failsWith(run({"print", "--printer", "Wrapped", homePath("r.bin")}), 1,
-                          "sbtool: printer \"Wrapped\" is on port \"beh\", which the client cannot print to"));
-}
-
-// Without a scheduler: CUPS_SERVER names a socket nobody listens on.
-class WithoutCups : public ToolTest {
+class PrintCommand : public test_support::CupsPrintersTest {
 protected:
-    QMap<QString, QString> noScheduler() const { return {{"CUPS_SERVER", homePath("no-cups.sock")}}; }
+    static QString home(const QString& name) { return QDir(test_support::homeDir()).filePath(name); }
+    // A receipt of one line in the home; its path.
+    static QString receipt()
+    {
+        EXPECT_TRUE(writeFile(home("r.bin"), "\x1b@Table 1\n"));
+        return home("r.bin");
+    }
+    // sbtool with the arguments: its exit code and the lines it said, stderr first ("CUPS job #": the ids
+    // count the jobs of earlier tests of the program).
+    static QString tool(const QStringList& args)
+    {
+        const ToolRun run = runProgram(QStringLiteral(SBTOOL), args);
+        QString said = QString::number(run.exitCode) + ' ' + QString::fromUtf8(run.err + withoutWaits(run.out));
+        return said.replace(QRegularExpression("CUPS job \\d+"), "CUPS job #");
+    }
+    // The printer's first job is the document of the receipt.
+    static void expectPrinted(Device* device, const QString& receipt)
+    {
+        ASSERT_TRUE(device->printer->waitForJobs(1, std::chrono::seconds(5)));
+        EXPECT_BYTES(service_business::Printer::buildDocument(fileBytes(receipt)).bytes(), device->savedJob(1));
+    }
 };
 
-TEST_F(WithoutCups, EveryCommandThatPrintsSaysCupsIsNotRunning)
+// By print and format --print; the printer receives GB18030, which draws as format's picture of the UTF-8.
+TEST_F(PrintCommand, PrinterGetsTheServiceDocumentOfTheReceipt)
 {
-    const QString line = QStringLiteral("sbtool: cannot reach the CUPS scheduler (is cupsd running?)");
-    ASSERT_TRUE(writeFile(homePath("r.bin"), "\x1b@Table 3\n"));
-    EXPECT_TRUE(failsWith(run({"print", "--printer", "Kitchen", homePath("r.bin")}, noScheduler()), 1, line));
-    const ToolRun format = run({"format", "--print", "Kitchen"}, noScheduler());
-    EXPECT_TRUE(failsWith(format, 1, line));
-    EXPECT_EQ(format.out, QByteArray());
-    EXPECT_TRUE(failsWith(run({"printers"}, noScheduler()), 1, line));
+    Device* kitchen = addPrinter(QStringLiteral("Kitchen"));
+    ASSERT_EQ(tool({"format", "dine", "-o", home("dine.bin")}), "0 ");
+    EXPECT_EQ(tool({"print", "--printer", "Kitchen", home("dine.bin")}),
+              "0 Kitchen: queued\nKitchen: sent as CUPS job #\nKitchen: printed\n");
+    expectPrinted(kitchen, home("dine.bin"));
+    Device* bar = addPrinter(QStringLiteral("Bar"));
+    ASSERT_EQ(tool({"format", "online", "--width", "80", "-o", home("online.bin")}), "0 ");
+    EXPECT_EQ(tool({"format", "online", "--width", "80", "--preview", home("online.png"), "--print", "Bar"}),
+              "0 Bar: queued\nBar: sent as CUPS job #\nBar: printed\n");
+    expectPrinted(bar, home("online.bin"));
+    receipt_preview::Options wide;
+    wide.paper = receipt_preview::Paper::Mm80;
+    EXPECT_EQ(receipt_preview::render(bar->savedJob(1), wide, nullptr), QImage(home("online.png")));
 }
 
-}  // namespace
-
-namespace {
-
-// The columns of "sbtool printers": separated by two spaces or more.
-QMap<QString, QStringList> printerRows(const QByteArray& out)
+// A stopped queue on a parallel port counts as unplugged; a port the client cannot print to (named by its scheme).
+TEST_F(PrintCommand, UnknownPrinterStoppedQueueOrUnusablePortFailsInOneLine)
 {
-    QMap<QString, QStringList> rows;
-    for (const QByteArray& line : out.split('\n')) {
-        const QStringList columns = QString::fromUtf8(line).split(QRegularExpression("  +"));
-        if (columns.size() >= 8) rows.insert(columns.at(1), columns);
+    addPrinter(QStringLiteral("Patio"));
+    ASSERT_TRUE(s_cups->stopQueue(QStringLiteral("Patio")));
+    ASSERT_TRUE(s_cups->addRawQueue(QStringLiteral("Upstairs"), QStringLiteral("parallel:/dev/lp7")));
+    ASSERT_TRUE(s_cups->stopQueue(QStringLiteral("Upstairs")));
+    ASSERT_TRUE(s_cups->addRawQueue(QStringLiteral("Wrapped"), QStringLiteral("beh:/1/3/5/socket://127.0.0.1:9/")));
+    const std::pair<const char*, const char*> rows[] = {
+        {"Nowhere", "1 sbtool: no printer \"Nowhere\" in CUPS (see \"sbtool printers\")\n"},
+        {"Patio", "1 sbtool: Patio: failed: not sent: the printer is paused: Paused\nPatio: queued\n"},
+        {"Upstairs", "1 sbtool: printer \"Upstairs\" is not connected: its queue is stopped or rejects jobs, or its device is unplugged\n"},
+        {"Wrapped", "1 sbtool: printer \"Wrapped\" is on port \"beh\", which the client cannot print to\n"}};
+    for (const auto& row : rows)
+        EXPECT_EQ(tool({"print", "--printer", row.first, receipt()}), row.second);
+}
+
+// Ctrl-C or SIGTERM cancel the job at CUPS, not to print later; the jammed printer may have part of it, as said.
+TEST_F(PrintCommand, CtrlCOrSigtermCancelsTheJobAtCups)
+{
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const QByteArray name = "Jammed" + QByteArray::number(signal);
+        virtual_printer::Options jammed;
+        jammed.hang = true;
+        addPrinter(name, jammed);
+        QProcess process;
+        process.start(QStringLiteral(SBTOOL), {"print", "--printer", name, receipt()});
+        EXPECT_EQ(nextLine(process, QProcess::StandardOutput), name + ": queued");
+        const QByteArray sent = nextLine(process, QProcess::StandardOutput);
+        ASSERT_TRUE(sent.startsWith(name + ": sent as CUPS job ")) << sent.constData();
+        const int job = sent.mid(sent.lastIndexOf(' ') + 1).toInt();
+        ASSERT_TRUE(waitForJobState(job, 5 /* processing */));
+        ::kill(static_cast<pid_t>(process.processId()), signal);
+        EXPECT_EQ(exitCodeOf(process), 1);
+        EXPECT_EQ(s_cups->jobState(job), 7 /* canceled */);
+        EXPECT_EQ(process.readAllStandardError(), "sbtool: " + name + ": sent to the printer but not confirmed: cancelled: "
+                                                                      "cancelled at the spooler while it was being sent to the printer\n");
     }
-    return rows;
 }
 
-}  // namespace
-
-// What each printer or its queue says shows in "printers" and "status"; a job to a printer out of paper fails
-// at once with nothing sent, and one to a printer that never answers status requests still prints.
+// What each printer or queue says, in "printers" and "status"; out of paper fails at once, silent still prints.
 TEST_F(PrintCommand, PrintersAndStatusShowWhatEachPrinterOrItsQueueSays)
 {
     const struct {
         const char* name;
-        QStringList options;
+        Status status;
         const char* state;
-    } cases[] = {
-        {"Ready", {}, "ready"},
-        {"PaperOut", {"--status", "paper-out"}, "paper-out"},
-        {"CoverOpen", {"--status", "cover-open"}, "cover-open"},
-        {"Silent", {"--status", "silent"}, "unknown"},
-        {"Refusing", {"--refuse"}, "unreachable"},
-        {"Paused", {}, "paused"},
-        {"Rejecting", {}, "rejecting"},
-    };
-    Device devices[7];
-    for (int i = 0; i < 7; ++i) addPrinter(cases[i].name, &devices[i], cases[i].options);
-    ASSERT_TRUE(s_cups->stopQueue("Paused"));
-    ASSERT_TRUE(s_cups->rejectJobs("Rejecting"));
-    ASSERT_TRUE(s_cups->addRawQueue("Nowhere", test_support::CupsdHarness::socketUri(1)));
+    } cases[] = {{"Ready", Status::Ready, "ready"},           {"PaperOut", Status::PaperOut, "paper-out"},
+                 {"CoverOpen", Status::CoverOpen, "cover-open"}, {"Silent", Status::Silent, "unknown"},
+                 {"Refusing", Status::Ready, "unreachable"},   {"Paused", Status::Ready, "paused"},
+                 {"Rejecting", Status::Ready, "rejecting"}};
+    std::map<std::string, Device*> devices;
+    for (const auto& c : cases) {
+        virtual_printer::Options options;
+        options.status = c.status;
+        options.refuse = c.state == std::string("unreachable");
+        devices[c.name] = addPrinter(QString::fromLatin1(c.name), options);
+    }
+    ASSERT_TRUE(s_cups->stopQueue(QStringLiteral("Paused")));
+    ASSERT_TRUE(s_cups->rejectJobs(QStringLiteral("Rejecting")));
+    ASSERT_TRUE(s_cups->addRawQueue(QStringLiteral("Nowhere"), test_support::CupsdHarness::socketUri(1)));
 
-    const ToolRun table = run({"printers"});
-    ASSERT_TRUE(succeeds(table));
-    const QMap<QString, QStringList> rows = printerRows(table.out);
-    for (const auto& c : cases) EXPECT_EQ(rows.value(c.name).value(7), c.state) << c.name;
+    // The columns, separated by two spaces or more, by queue name; the ids depend on the USB printers found.
+    const QString table = tool({"printers"});
+    ASSERT_TRUE(table.startsWith("0 ID  NAME")) << table.toStdString();
+    QMap<QString, QStringList> rows;
+    for (const QString& line : table.split('\n')) {
+        const QStringList columns = line.split(QRegularExpression(QStringLiteral("  +")));
+        rows.insert(columns.value(1), columns);
+    }
+    for (const auto& c : cases)
+        EXPECT_EQ(rows.value(c.name).value(7), c.state) << c.name;
     EXPECT_EQ(rows.value("Nowhere").value(7), "unreachable");
+    EXPECT_EQ(rows.value("Ready").mid(2).join(' '), "network IP_127.0.0.1 network 58mm yes ready the printer says it is ready");
     EXPECT_EQ(rows.value("PaperOut").value(8), "the printer says it is out of paper");
-    const ToolRun json = run({"printers", "--json"});
-    ASSERT_TRUE(succeeds(json));
-    EXPECT_TRUE(json.out.contains("\"state\": \"cover-open\"")) << json.out.constData();
+    EXPECT_TRUE(tool({"printers", "--json"}).contains("\"state\": \"cover-open\""));
+    EXPECT_EQ(tool({"status", "PaperOut"}), "0 PaperOut: paper-out (printer): the printer says it is out of paper\n");
 
-    const ToolRun status = run({"status", "PaperOut"});
-    ASSERT_TRUE(succeeds(status));
-    EXPECT_EQ(status.out, "PaperOut: paper-out (printer): the printer says it is out of paper\n");
-
-    ASSERT_TRUE(writeFile(homePath("r.bin"), "\x1b@Table 8\n"));
     QElapsedTimer refused;
     refused.start();
-    EXPECT_TRUE(failsWith(run({"print", "--printer", "PaperOut", homePath("r.bin")}), 1,
-                          "sbtool: PaperOut: failed: not sent: the printer is paper-out: the printer says it is out "
-                          "of paper"));
+    EXPECT_EQ(tool({"print", "--printer", "PaperOut", receipt()}),
+              "1 sbtool: PaperOut: failed: not sent: the printer is paper-out: the printer says it is out of paper\nPaperOut: queued\n");
     EXPECT_LT(refused.elapsed(), 1000) << "fails at once";
-    const ToolRun silent = run({"print", "--printer", "Silent", homePath("r.bin")});
-    ASSERT_TRUE(succeeds(silent));
-    EXPECT_TRUE(silent.out.endsWith("Silent: printed\n"));
-    EXPECT_TRUE(devices[3].nextReport().startsWith("job 1 "));
-    EXPECT_EQ(QDir(devices[1].dir).entryList({"job-*"}).size(), 0) << "nothing reached the printer out of paper";
+    EXPECT_EQ(devices["PaperOut"]->savedJobs(), 0) << "nothing reached the printer out of paper";
+    EXPECT_EQ(tool({"print", "--printer", "Silent", receipt()}), "0 Silent: queued\nSilent: sent as CUPS job #\nSilent: printed\n");
+    expectPrinted(devices["Silent"], receipt());
 }
+
+// The print watchdog's verdict after its real ten seconds (labelled slow), the wait shown as it goes; the
+// scheduler's backend had begun (it keeps trying to connect), so the tool cannot say more.
+TEST_F(PrintCommand, PrinterThatRefusesTheJobFailsAfterTheTenSecondLimit)
+{
+    virtual_printer::Options switchedOff;
+    switchedOff.refuse = true;
+    addPrinter(QStringLiteral("SwitchedOff"), switchedOff);
+    const ToolRun result = runProgram(QStringLiteral(SBTOOL), {"print", "--printer", "SwitchedOff", receipt()});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err, "sbtool: SwitchedOff: sent to the printer but not confirmed: given up after 10 s: "
+                          "cancelled at the spooler while it was being sent to the printer\n");
+    const QString waits = QStringLiteral("(SwitchedOff: sent as CUPS job \\d+, waiting \\d+ s\n)*");
+    EXPECT_TRUE(QRegularExpression("^SwitchedOff: queued\nSwitchedOff: sent as CUPS job \\d+\n" + waits + '$')
+                    .match(QString::fromUtf8(result.out)).hasMatch()) << result.out.constData();
+    EXPECT_TRUE(result.out.contains(", waiting 8 s\n")) << result.out.constData();
+}
+
+}  // namespace

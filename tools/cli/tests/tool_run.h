@@ -1,19 +1,14 @@
 #pragma once
-// Runs the built sbtool as a person would, in a home of the test's own (SERVICE_BUSINESS_HOME pointed at a
-// fresh temporary directory, so nothing touches the real settings), and keeps what it said.
+// Runs one of our programs as a person would and keeps what it said. Every wait has a bound: a program
+// that hangs counts as crashed (exit code -1) instead of stopping the suite.
 
-#include <gtest/gtest.h>
+#include "qt_print.h"
 
-#include <QByteArray>
-#include <QMap>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
 #include <QProcess>
-#include <QProcessEnvironment>
-#include <QString>
-#include <QStringList>
-#include <QTemporaryDir>
-
-#include <memory>
-#include <vector>
+#include <QRegularExpression>
 
 namespace cli_test {
 
@@ -23,44 +18,63 @@ struct ToolRun {
     QByteArray err;
 };
 
-class ToolTest : public ::testing::Test {
-protected:
-    void SetUp() override;
-    // Kills what start() started and is still running.
-    void TearDown() override;
+// Waits for the process to end; its exit code, -1 when it crashed or did not end in time (it is killed).
+inline int exitCodeOf(QProcess& process, int timeoutMs = 20000)
+{
+    if (!process.waitForFinished(timeoutMs)) {
+        process.kill();
+        process.waitForFinished(5000);
+        return -1;
+    }
+    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+}
 
-    // sbtool with the arguments, in the test's environment plus SERVICE_BUSINESS_HOME and `env`.
-    ToolRun run(const QStringList& args, const QMap<QString, QString>& env = {}, int timeoutMs = 60000) const;
-    // The same, started in the background; null when it did not start.
-    QProcess* start(const QStringList& args, const QMap<QString, QString>& env = {});
-    // A program of ours other than sbtool, started in the background like start().
-    QProcess* startProgram(const QString& program, const QStringList& args, const QMap<QString, QString>& env = {});
-    // Paths below the home, and below its application-data directory ("data").
-    QString homePath(const QString& relative) const;
-    QString dataPath(const QString& relative) const;
-
-    QTemporaryDir m_home;
-
-private:
-    QProcessEnvironment environment(const QMap<QString, QString>& env) const;
-    std::vector<std::unique_ptr<QProcess>> m_background;
-};
+// The program with the arguments, in `env` (the test's own environment by default), given `input` on stdin,
+// in the directory `cwd` (the test's own when empty).
+inline ToolRun runProgram(const QString& program, const QStringList& args,
+                          const QProcessEnvironment& env = QProcessEnvironment::systemEnvironment(),
+                          const QByteArray& input = QByteArray(), const QString& cwd = QString())
+{
+    QProcess process;
+    process.setProcessEnvironment(env);
+    process.setWorkingDirectory(cwd);
+    process.start(program, args);
+    process.write(input);
+    process.closeWriteChannel();
+    const int exitCode = exitCodeOf(process, 60000);
+    return {exitCode, process.readAllStandardOutput(), process.readAllStandardError()};
+}
 
 // The next line the process writes on the channel, without its line break; empty when none comes in time.
-QByteArray nextLine(QProcess& process, QProcess::ProcessChannel channel, int timeoutMs = 10000);
-// Waits for the process to end; its exit code, -1 when it crashed or did not end in time.
-int exitCodeOf(QProcess& process, int timeoutMs = 10000);
+inline QByteArray nextLine(QProcess& process, QProcess::ProcessChannel channel, int timeoutMs = 20000)
+{
+    process.waitForStarted(10000);
+    process.setReadChannel(channel);
+    QElapsedTimer timer;
+    timer.start();
+    while (!process.canReadLine() && timer.elapsed() < timeoutMs && process.state() == QProcess::Running)
+        process.waitForReadyRead(100);
+    return process.readLine().replace('\n', QByteArray());
+}
 
-// The failure contract of every command: the exit code and exactly this one line on stderr.
-::testing::AssertionResult failsWith(const ToolRun& run, int exitCode, const QString& line);
-// A usage error: exit code 2 and one line "sbtool: MESSAGE (see "sbtool COMMAND --help")".
-::testing::AssertionResult usageError(const ToolRun& run, const QString& command, const QString& message);
-// Exit code 0 and nothing on stderr.
-::testing::AssertionResult succeeds(const ToolRun& run);
+// A print run's stdout without the progress lines of a long wait ("NAME: sent as CUPS job 1, waiting 8 s").
+inline QByteArray withoutWaits(const QByteArray& out)
+{
+    return QString::fromUtf8(out).remove(QRegularExpression(QStringLiteral(".*, waiting .*\n"))).toUtf8();
+}
 
 // The whole file; "<missing>" when it cannot be read.
-QByteArray fileBytes(const QString& path);
+inline QByteArray fileBytes(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
 // Writes the file, making its directory; false when it cannot.
-bool writeFile(const QString& path, const QByteArray& bytes);
+inline bool writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    return QDir().mkpath(QFileInfo(path).absolutePath()) && file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
 
 }  // namespace cli_test

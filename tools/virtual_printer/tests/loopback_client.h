@@ -1,19 +1,16 @@
 #pragma once
 // A client of the virtual printer on 127.0.0.1, as a print spooler's socket backend talks to it.
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <string>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <string>
-
 class LoopbackClient {
 public:
-    explicit LoopbackClient(int port)
+    explicit LoopbackClient(int port) : m_fd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
-        m_fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_port = htons(static_cast<uint16_t>(port));
@@ -25,22 +22,21 @@ public:
     LoopbackClient& operator=(const LoopbackClient&) = delete;
 
     bool connected() const { return m_connected; }
-    bool send(const std::string& bytes)
+    // Sends the bytes; with `end`, ends the data as a spooler backend does when the job has been sent.
+    bool send(const std::string& bytes, bool end = true)
     {
-        return ::send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) == ssize_t(bytes.size());
+        const bool sent = ::send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) == ssize_t(bytes.size());
+        return sent && (!end || ::shutdown(m_fd, SHUT_WR) == 0);
     }
-    // Ends the data, as a spooler backend does when the job has been sent.
-    void endData() { ::shutdown(m_fd, SHUT_WR); }
     // True when the printer closes the connection within the time.
     bool closedByPeer(int timeoutMs)
     {
         pollfd fd{m_fd, POLLIN, 0};
-        if (::poll(&fd, 1, timeoutMs) <= 0) return false;
         char byte;
-        return ::recv(m_fd, &byte, 1, MSG_DONTWAIT) == 0;
+        return ::poll(&fd, 1, timeoutMs) > 0 && ::recv(m_fd, &byte, 1, MSG_DONTWAIT) == 0;
     }
 
 private:
-    int m_fd = -1;
+    int m_fd;
     bool m_connected = false;
 };
