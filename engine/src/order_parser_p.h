@@ -1,5 +1,5 @@
 /*
- * Internal to the receipt engine; not part of its API.
+ * Private to the receipt engine: not part of its interface.
  *
  * The order records and their readers. Every record and string is a tracked block owned by its parent;
  * nothing points into the JSON tree. A field whose key is absent stays NULL, 0 or false.

@@ -1,5 +1,5 @@
 /*
- * Internal to the receipt engine; not part of its API.
+ * Private to the receipt engine: not part of its interface.
  *
  * Styled lines and the printer command stream: a PrintLine is a chain of styled runs with an alignment and
  * an optional fill pattern; render_line turns it into the exact ESC/POS bytes. Buffers are (pointer, length)

@@ -1,5 +1,5 @@
 /*
- * Internal to the receipt engine; not part of its API.
+ * Private to the receipt engine: not part of its interface.
  *
  * The print-settings records and their readers.
  */

@@ -1,5 +1,5 @@
 /*
- * Internal to the receipt engine; not part of its API.
+ * Private to the receipt engine: not part of its interface.
  *
  * The summary records and their readers. Ownership and the readers' slot rule are those of the order
  * records (order_parser_p.h).

@@ -1,6 +1,7 @@
 #pragma once
 //
-//  Not part of the library's interface: shared with the tests only.
+//  Private to service_business: not part of its interface.
+//  Shared with the tests only.
 //
 
 #include <functional>

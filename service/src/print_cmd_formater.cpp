@@ -1,7 +1,7 @@
 #include "service_business/print_cmd_formater.h"
 
-#include "print_cmd_formater.h"
-#include "print_text_sanitiser.h"
+#include "print_cmd_formater_p.h"
+#include "print_text_sanitiser_p.h"
 
 #include "common/common.h"
 #include "utility_business/json_document.h"

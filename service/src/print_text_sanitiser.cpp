@@ -1,4 +1,4 @@
-#include "print_text_sanitiser.h"
+#include "print_text_sanitiser_p.h"
 
 #include <algorithm>
 

@@ -1,5 +1,5 @@
 #pragma once
-// Internal to the proxy choice; not part of the library's interface.
+// Private to service_business: not part of its interface.
 
 #include "utility_business/utility_structs.h"
 

@@ -1,4 +1,4 @@
-#include "sys_info.h"
+#include "sys_info_p.h"
 
 #include "systemif/sys.h"
 

@@ -1,4 +1,4 @@
-#include "translator.h"
+#include "translator_p.h"
 
 #include "service_business/translator.h"
 

@@ -6,7 +6,7 @@
 #include "db/json_db_p.h"
 #include "profile/profile_manager_p.h"
 #include "service_business/profile_manager.h"
-#include "sys_info.h"
+#include "sys_info_p.h"
 
 #include "qt_print.h"
 

@@ -1,5 +1,6 @@
 #pragma once
-// Internal to msgbus, not part of its interface: one connection over which Senders hand messages to a broker.
+// Private to msgbus: not part of its interface.
+// One connection over which Senders hand messages to a broker.
 
 #include "msgbus/msgbus.h"
 

@@ -1,5 +1,6 @@
 #pragma once
-// Internal to msgbus, not part of its interface: the conversation between the bus's own sockets.
+// Private to msgbus: not part of its interface.
+// The conversation between the bus's own sockets.
 //
 // Hand-over (a publisher's DEALER to the broker's ROUTER): [head, topic, body...], the head being the
 // sequence and the time by which the message must be delivered or not at all; the broker forwards

@@ -1,6 +1,7 @@
 #pragma once
 //
-//  This header is not part of the library's interface. It is shared by the JsonDocument sources and
+//  Private to utility_business: not part of its interface.
+//  It is shared by the JsonDocument sources and
 //  their tests, and may change without notice.
 //
 

@@ -1,6 +1,6 @@
 #include "service_business/data_checker.h"
 
-#include "db/settings_files.h"
+#include "db/settings_files_p.h"
 #include "service_business/sync_data.h"
 #include "service_business/json_db.h"
 #include "service_business/json_db_browser.h"

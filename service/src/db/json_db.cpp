@@ -1,6 +1,6 @@
 #include "service_business/json_db.h"
 
-#include "db/json_db_initiator.h"
+#include "db/json_db_initiator_p.h"
 #include "db/json_db_p.h"
 #include "service_business/json_db_browser.h"
 #include "service_business/json_db_updater.h"

@@ -4,7 +4,7 @@
 
 #include "utility_business/json_document.h"
 
-#include "db/settings_files.h"
+#include "db/settings_files_p.h"
 
 #include <cjson/cJSON.h>
 

@@ -1,6 +1,6 @@
-#include "db/json_db_initiator.h"
+#include "db/json_db_initiator_p.h"
 
-#include "db/settings_files.h"
+#include "db/settings_files_p.h"
 #include "service_business/json_db.h"
 
 #include "common/common.h"

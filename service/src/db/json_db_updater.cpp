@@ -1,7 +1,7 @@
 #include "service_business/json_db_updater.h"
 
-#include "db/json_db_initiator.h"
-#include "db/settings_files.h"
+#include "db/json_db_initiator_p.h"
+#include "db/settings_files_p.h"
 #include "service_business/sync_data.h"
 #include "service_business/json_db.h"
 #include "service_business/json_db_browser.h"

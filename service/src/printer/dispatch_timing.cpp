@@ -1,4 +1,4 @@
-#include "printer/dispatch_timing.h"
+#include "printer/dispatch_timing_p.h"
 
 #include <atomic>
 

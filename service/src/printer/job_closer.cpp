@@ -1,6 +1,6 @@
-#include "printer/job_closer.h"
+#include "printer/job_closer_p.h"
 
-#include "printer/dispatch_log.h"
+#include "printer/dispatch_log_p.h"
 
 #include <condition_variable>
 #include <future>

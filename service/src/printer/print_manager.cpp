@@ -1,10 +1,10 @@
 #include "service_business/print_manager.h"
 
-#include "printer/dispatch_log.h"
-#include "printer/dispatch_timing.h"
-#include "printer/job_closer.h"
-#include "printer/print_thread.h"
-#include "printer/print_timeout_monitor.h"
+#include "printer/dispatch_log_p.h"
+#include "printer/dispatch_timing_p.h"
+#include "printer/job_closer_p.h"
+#include "printer/print_thread_p.h"
+#include "printer/print_timeout_monitor_p.h"
 #include "service_business/printer.h"
 
 #include "systemif/print_backend.h"

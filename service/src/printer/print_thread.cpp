@@ -1,6 +1,6 @@
-#include "printer/print_thread.h"
+#include "printer/print_thread_p.h"
 
-#include "printer/dispatch_log.h"
+#include "printer/dispatch_log_p.h"
 #include "service_business/printer.h"
 
 #include <QString>

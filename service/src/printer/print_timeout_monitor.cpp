@@ -1,6 +1,6 @@
-#include "printer/print_timeout_monitor.h"
+#include "printer/print_timeout_monitor_p.h"
 
-#include "printer/dispatch_timing.h"
+#include "printer/dispatch_timing_p.h"
 #include "service_business/print_manager.h"
 
 #include <chrono>

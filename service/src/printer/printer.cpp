@@ -1,11 +1,11 @@
 #include "service_business/printer.h"
 
-#include "printer/usb_printer_list.h"
+#include "printer/usb_printer_list_p.h"
 #include "service_business/json_db.h"
 #include "service_business/json_db_browser.h"
 #include "service_business/json_db_updater.h"
 #include "service_business/translator.h"
-#include "translator.h"
+#include "translator_p.h"
 
 #include "systemif/network.h"
 #include "systemif/ports.h"

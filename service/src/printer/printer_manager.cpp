@@ -1,8 +1,8 @@
 #include "service_business/printer_manager.h"
 
-#include "printer/printer_status_watch.h"
+#include "printer/printer_status_watch_p.h"
 
-#include "printer/usb_printer_list.h"
+#include "printer/usb_printer_list_p.h"
 #include "service_business/json_db.h"
 #include "service_business/json_db_browser.h"
 #include "service_business/json_db_updater.h"

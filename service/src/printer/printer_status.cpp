@@ -1,6 +1,6 @@
 #include "service_business/printer_status.h"
 
-#include "printer/usb_printer_list.h"
+#include "printer/usb_printer_list_p.h"
 #include "service_business/printer.h"
 
 #include "systemif/escpos_status.h"

@@ -1,4 +1,4 @@
-#include "printer/printer_status_watch.h"
+#include "printer/printer_status_watch_p.h"
 
 #include "service_business/notifications.h"
 #include "service_business/print_manager.h"

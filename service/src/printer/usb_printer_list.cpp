@@ -1,4 +1,4 @@
-#include "printer/usb_printer_list.h"
+#include "printer/usb_printer_list_p.h"
 
 #include "resource_parser/res_loader.h"
 #include "utility_business/kelmo_path_info.h"

@@ -4,7 +4,7 @@
 #include "service_business/json_db.h"
 #include "service_business/json_db_browser.h"
 #include "service_business/json_db_updater.h"
-#include "sys_info.h"
+#include "sys_info_p.h"
 
 #include "utility_business/kelmo_path_info.h"
 

@@ -1,6 +1,7 @@
 #pragma once
 //
-//  Not part of the library's interface: shared by the profile sources and their tests.
+//  Private to service_business: not part of its interface.
+//  Shared by the profile sources and their tests.
 //
 
 #include <QString>

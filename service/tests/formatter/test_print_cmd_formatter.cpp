@@ -1,6 +1,6 @@
 // What formatOrder and formatSummary hand the engine, watched through a recording engine: the cases of
 // formatter_cases.json give the input and the one engine call expected (or none).
-#include "print_cmd_formater.h"
+#include "print_cmd_formater_p.h"
 #include "service_business/print_cmd_formater.h"
 
 #include "qt_print.h"

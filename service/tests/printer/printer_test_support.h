@@ -2,7 +2,7 @@
 // Shared by the printing tests. Every test program that links this gets a fresh temporary home
 // (SERVICE_BUSINESS_HOME, so logs and settings stay out of the real one); the packages are the build tree's.
 
-#include "printer/dispatch_timing.h"
+#include "printer/dispatch_timing_p.h"
 #include "service_business/print_manager.h"
 
 #include "systemif/print_fake.h"

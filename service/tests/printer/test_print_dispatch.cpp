@@ -3,7 +3,7 @@
 // the real ten seconds (SB_SPOOLER picks one). Every job is told once; a job told false never prints.
 #include "printer_test_support.h"
 
-#include "printer/job_closer.h"
+#include "printer/job_closer_p.h"
 #include "service_business/print_cmd_formater.h"
 #include "service_business/print_manager.h"
 #include "service_business/printer.h"

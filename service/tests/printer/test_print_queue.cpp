@@ -2,7 +2,7 @@
 // type, full queues, workers that follow a printer change, and a load of misbehaving printers.
 #include "printer_test_support.h"
 
-#include "printer/job_closer.h"
+#include "printer/job_closer_p.h"
 #include "service_business/print_manager.h"
 #include "service_business/printer.h"
 

@@ -4,7 +4,7 @@
 
 #include "callback_log.h"
 #include "cups_printers.h"
-#include "printer/dispatch_timing.h"
+#include "printer/dispatch_timing_p.h"
 #include "virtual_printer/virtual_printer.h"
 
 #include "service_business/json_db.h"

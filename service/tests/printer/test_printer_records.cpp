@@ -2,7 +2,7 @@
 // services (the port names and the TCP/IP port view come from the fake spooler's queues).
 #include "printer_test_support.h"
 
-#include "printer/usb_printer_list.h"
+#include "printer/usb_printer_list_p.h"
 #include "service_business/printer.h"
 
 #include <gtest/gtest.h>

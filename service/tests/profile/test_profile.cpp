@@ -7,7 +7,7 @@
 #include "profile/profile_p.h"
 #include "service_business/profile.h"
 #include "service_business/profile_manager.h"
-#include "sys_info.h"
+#include "sys_info_p.h"
 
 #include "utility_business/kelmo_path_info.h"
 

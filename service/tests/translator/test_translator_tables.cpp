@@ -1,5 +1,5 @@
 // The readers of the three table files, fed small texts.
-#include "translator.h"
+#include "translator_p.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
 //
-//  Not part of the preview's API: shared inside the library and with its tests only.
+//  Private to the receipt preview: not part of its interface.
+//  Shared inside the library and with its tests only.
 //
 #ifndef RECEIPT_PREVIEW_PAPER_LAYOUT_P_H
 #define RECEIPT_PREVIEW_PAPER_LAYOUT_P_H

@@ -1,5 +1,6 @@
 #pragma once
-// Internal to systemif, not part of its interface: the machine's ICMP echo and name resolution, behind the
+// Private to systemif: not part of its interface.
+// The machine's ICMP echo and name resolution, behind the
 // backends of network_backend.cpp.
 
 #include "systemif/network.h"

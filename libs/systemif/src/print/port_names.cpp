@@ -1,4 +1,4 @@
-#include "port_names.h"
+#include "port_names_p.h"
 
 #include <QUrl>
 

@@ -2,7 +2,7 @@
 
 #include "systemif/print_backend.h"
 
-#include "port_names.h"
+#include "port_names_p.h"
 
 namespace systemif {
 namespace win {

@@ -1,8 +1,8 @@
-#include "serial_ports_linux.h"
-#include "status_link_socket.h"
-#include "spooler_cups.h"
-#include "usb_bus_libusb.h"
-#include "usb_print_support_linux.h"
+#include "serial_ports_linux_p.h"
+#include "status_link_socket_p.h"
+#include "spooler_cups_p.h"
+#include "usb_bus_libusb_p.h"
+#include "usb_print_support_linux_p.h"
 
 namespace systemif {
 namespace print {

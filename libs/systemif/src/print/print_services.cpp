@@ -1,7 +1,7 @@
 #include "systemif/print.h"
 #include "systemif/print_backend.h"
 
-#include "port_names.h"
+#include "port_names_p.h"
 
 #include <algorithm>
 #include <chrono>

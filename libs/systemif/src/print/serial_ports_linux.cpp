@@ -1,4 +1,4 @@
-#include "serial_ports_linux.h"
+#include "serial_ports_linux_p.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,4 +1,4 @@
-#include "spooler_cups.h"
+#include "spooler_cups_p.h"
 
 #include <cups/cups.h>
 

@@ -1,4 +1,4 @@
-#include "status_link_socket.h"
+#include "status_link_socket_p.h"
 
 #include "systemif/escpos_status.h"
 

@@ -1,4 +1,4 @@
-#include "usb_bus_libusb.h"
+#include "usb_bus_libusb_p.h"
 
 #include <usb.h>
 

@@ -1,4 +1,4 @@
-#include "usb_print_support_linux.h"
+#include "usb_print_support_linux_p.h"
 
 #include <QDir>
 

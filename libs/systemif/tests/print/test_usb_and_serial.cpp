@@ -3,9 +3,9 @@
 #include "systemif/print.h"
 #include "systemif/print_fake.h"
 
-#include "serial_ports_linux.h"
-#include "usb_bus_libusb.h"
-#include "usb_print_support_linux.h"
+#include "serial_ports_linux_p.h"
+#include "usb_bus_libusb_p.h"
+#include "usb_print_support_linux_p.h"
 
 #include <gtest/gtest.h>
 

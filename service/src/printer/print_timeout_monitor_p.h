@@ -1,6 +1,7 @@
 #pragma once
 //
-//  Not part of the library's interface: shared inside service_business and with its tests only.
+//  Private to service_business: not part of its interface.
+//  Shared inside service_business and with its tests only.
 //
 // The watchdog of the print workers: every second it has the manager kill and restart each worker whose
 // job has been printing for more than ten seconds.

@@ -1,6 +1,7 @@
 #pragma once
 //
-//  Not part of the library's interface: shared inside service_business and with its tests only.
+//  Private to service_business: not part of its interface.
+//  Shared inside service_business and with its tests only.
 //
 // Gives print jobs up (the watchdog's, a printer change's, a user's cancel), each batch on a thread of its
 // own so that no caller waits for the spooler: a job that has not been told yet is taken from its print
@@ -8,7 +9,7 @@
 // spooler does not answer, the cancel is tried again every second until it takes, and the log says how
 // the job finally ended.
 
-#include "printer/print_thread.h"
+#include "printer/print_thread_p.h"
 
 #include <QList>
 #include <QString>

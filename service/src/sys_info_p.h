@@ -1,6 +1,6 @@
 #pragma once
 // Facts about the machine that the service's housekeeping hands on to the other subsystems.
-// Not part of the library's interface.
+// Private to service_business: not part of its interface.
 
 #include <QRect>
 

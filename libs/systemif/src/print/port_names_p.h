@@ -1,6 +1,7 @@
 #pragma once
 //
-//  This header is not part of systemif's API. Port names and the TCP/IP port view, derived from the
+//  Private to systemif: not part of its interface.
+//  Port names and the TCP/IP port view, derived from the
 //  device URIs of the spooler's queues.
 //
 

@@ -1,6 +1,7 @@
 #pragma once
 //
-//  This header is not part of systemif's API. A network printer's status, asked over TCP.
+//  Private to systemif: not part of its interface.
+//  A network printer's status, asked over TCP.
 //
 
 #include "systemif/print_backend.h"

@@ -1,6 +1,7 @@
 #pragma once
 //
-//  Not part of the library's interface: shared inside service_business and with its tests only.
+//  Private to service_business: not part of its interface.
+//  Shared inside service_business and with its tests only.
 //
 // The worker thread of one printer id: it prints its queued jobs one after another, by the path of each
 // job's printer type, and tells each job's caller the outcome. When the watchdog or a printer change

@@ -1,6 +1,7 @@
 #pragma once
 //
-//  This header is not part of systemif's API. The spooler on Linux: the CUPS scheduler named by
+//  Private to systemif: not part of its interface.
+//  The spooler on Linux: the CUPS scheduler named by
 //  cupsServer() (CUPS_SERVER, client.conf, or the local default).
 //
 

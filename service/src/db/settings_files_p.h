@@ -1,6 +1,7 @@
 #pragma once
 //
-//  Not part of the library's interface: shared inside service_business and with its tests only.
+//  Private to service_business: not part of its interface.
+//  Shared inside service_business and with its tests only.
 //
 // Names of the settings files, of their factory copies in the resource package, and of the keys that the
 // reads and the writes of the store share.

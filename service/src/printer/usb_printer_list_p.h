@@ -1,6 +1,7 @@
 #pragma once
 //
-//  Not part of the library's interface: shared inside service_business and with its tests only.
+//  Private to service_business: not part of its interface.
+//  Shared inside service_business and with its tests only.
 //
 // The raw USB printers that the client drives through libusb: the (vendor id, product id) pairs of the
 // drivers package's "libusb/supported", and the search for an attached one.

@@ -1,6 +1,7 @@
 #pragma once
 //
-//  This header is not part of systemif's API. The USB bus through libusb 0.1.
+//  Private to systemif: not part of its interface.
+//  The USB bus through libusb 0.1.
 //
 
 #include "systemif/print_backend.h"

@@ -1,6 +1,7 @@
 #pragma once
 //
-//  Not part of the library's interface: shared inside service_business and with its tests only.
+//  Private to service_business: not part of its interface.
+//  Shared inside service_business and with its tests only.
 //
 // Loads the settings files into the store's documents when the store is created.
 

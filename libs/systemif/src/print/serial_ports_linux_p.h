@@ -1,6 +1,7 @@
 #pragma once
 //
-//  This header is not part of systemif's API. Serial ports on Linux, told apart through sysfs.
+//  Private to systemif: not part of its interface.
+//  Serial ports on Linux, told apart through sysfs.
 //
 
 #include "systemif/print_backend.h"

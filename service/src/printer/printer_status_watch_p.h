@@ -1,6 +1,7 @@
 #pragma once
 //
-//  Not part of the library's interface: shared inside service_business and with its tests only.
+//  Private to service_business: not part of its interface.
+//  Shared inside service_business and with its tests only.
 //
 // The printer registry's watch of its printers' status: every interval it reads the status of each stored
 // printer that is not printing a job of ours (Printer::printerStatus: a fraction of a second each) and

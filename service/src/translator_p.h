@@ -1,6 +1,7 @@
 #pragma once
 //
-//  This header is not part of the service's API. It exposes the translator's tables and their file
+//  Private to service_business: not part of its interface.
+//  It exposes the translator's tables and their file
 //  readers so that tests can feed them small texts.
 //
 

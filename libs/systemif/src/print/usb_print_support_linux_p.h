@@ -1,6 +1,7 @@
 #pragma once
 //
-//  This header is not part of systemif's API. USB print-support printers on Linux: the device nodes of
+//  Private to systemif: not part of its interface.
+//  USB print-support printers on Linux: the device nodes of
 //  the kernel's usblp driver.
 //
 
