@@ -15,12 +15,6 @@ namespace {
 const int kPingCount = 20;
 const int kPingTimeoutMs = 3000;
 
-PingStats systemPing(const QString& address, int count, int timeoutMs)
-{
-    const systemif::network::PingInfo info = systemif::network::ping(address, count, timeoutMs);
-    return PingStats{info.sent, info.lost, info.roundTripTime};
-}
-
 QList<utility_business::ProxyServerInfo> storedServers()
 {
     return json_db::JsonDB::browser()->proxyServersInfo();
@@ -31,7 +25,6 @@ struct Cache {
     QString host;
     int port = 0;
     QString address;
-    PingFunction ping = systemPing;
     ServersFunction servers = storedServers;
 };
 
@@ -53,15 +46,15 @@ int smallest(const QList<int>& group, Value value)
 
 }  // namespace
 
-int selectProxy(const QList<utility_business::ProxyServerInfo>& servers, const PingFunction& ping)
+int selectProxy(const QList<utility_business::ProxyServerInfo>& servers)
 {
     if (servers.isEmpty()) return -1;
     if (servers.size() == 1) return 0;
 
-    QList<PingStats> results;
+    QList<systemif::network::PingInfo> results;
     QList<int> good, fair, poor;
     for (int i = 0; i < servers.size(); ++i) {
-        const PingStats stats = ping(servers[i].address, kPingCount, kPingTimeoutMs);
+        const systemif::network::PingInfo stats = systemif::network::ping(servers[i].address, kPingCount, kPingTimeoutMs);
         results << stats;
         // Nothing sent and nothing lost gives NaN, which fails both comparisons and lands with the poor.
         const float ratio = static_cast<float>(static_cast<double>(stats.lost) / static_cast<double>(stats.sent));
@@ -80,20 +73,21 @@ int selectProxy(const QList<utility_business::ProxyServerInfo>& servers, const P
     return 0;
 }
 
-bool dnsAnswersAgree(const QString& startUrl, const ResolveFunction& resolve)
+bool dnsAnswersAgree(const QString& startUrl)
 {
-    const QString system = resolve(startUrl, {});
+    using systemif::network::getIpByHostFromDNS;
+    const QString system = getIpByHostFromDNS(startUrl, {});
     if (system.isEmpty()) return false;
-    const QString pub = resolve(startUrl, {QStringLiteral("114.114.114.114"), QStringLiteral("115.115.115.115")});
+    const QString pub =
+        getIpByHostFromDNS(startUrl, {QStringLiteral("114.114.114.114"), QStringLiteral("115.115.115.115")});
     return system == pub;
 }
 
 bool startUrlResolvesConsistently()
 {
-    return dnsAnswersAgree(json_db::JsonDB::browser()->startUrl(), systemif::network::getIpByHostFromDNS);
+    return dnsAnswersAgree(json_db::JsonDB::browser()->startUrl());
 }
 
-void setPingFunction(PingFunction ping) { cache().ping = ping ? std::move(ping) : PingFunction(systemPing); }
 void setServersFunction(ServersFunction servers)
 {
     cache().servers = servers ? std::move(servers) : ServersFunction(storedServers);
@@ -124,7 +118,7 @@ bool ProxyConfig::bestProxy(QString& host, int& port, QString& address)
         std::lock_guard<std::mutex> lock(c.mutex);
         if (!c.host.isEmpty() || !c.address.isEmpty()) return false;
         const QList<utility_business::ProxyServerInfo> servers = c.servers();
-        const int index = proxy::selectProxy(servers, c.ping);
+        const int index = proxy::selectProxy(servers);
         if (index < 0) return false;
         chosen = servers[index];
         c.host = chosen.host;

@@ -5,9 +5,9 @@
 
 #include "qt_print.h"
 
-#include <gtest/gtest.h>
+#include "systemif/network_fake.h"
 
-#include <QMap>
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <thread>
@@ -27,22 +27,17 @@ struct Servers {
             const QStringList n = entry.section(':', 1).split('/');
             list << ProxyServerInfo::fromJson(QStringLiteral(R"({"host": "%1.proxy", "port": %2})").arg(name).arg(list.size() + 1));
             list.last().address = name;
-            answers[name] = {n[0].toUInt(), n[1].toUInt(), n[2].toUInt()};
+            network.pinger.setAnswer(name, {n[0].toUInt(), n[1].toUInt(), n[2].toUInt()});
         }
     }
-    // Answers from the table and counts its calls.
-    proxy::PingFunction ping() const
+    // The pings asked for, each of 20 requests of 3 s.
+    int calls() const
     {
-        return [table = answers, counter = calls](const QString& address, int count, int timeoutMs) {
-            EXPECT_EQ(count, 20);
-            EXPECT_EQ(timeoutMs, 3000);
-            ++*counter;
-            return table.value(address);
-        };
+        for (const auto& call : network.pinger.calls()) EXPECT_TRUE(call.count == 20 && call.timeoutMs == 3000);
+        return network.pinger.calls().size();
     }
     QList<ProxyServerInfo> list;
-    QMap<QString, proxy::PingStats> answers;
-    std::shared_ptr<std::atomic<int>> calls = std::make_shared<std::atomic<int>>(0);
+    systemif::network::FakeNetwork network;
 };
 
 class ProxySelection : public ::testing::Test {
@@ -50,12 +45,10 @@ protected:
     void TearDown() override
     {
         proxy::resetCache();
-        proxy::setPingFunction(nullptr);
         proxy::setServersFunction(nullptr);
     }
     void use(const Servers& servers)
     {
-        proxy::setPingFunction(servers.ping());
         proxy::setServersFunction([list = servers.list] { return list; });
     }
 };
@@ -73,7 +66,7 @@ TEST_F(ProxySelection, PrefersTheLowestLossGroupThenItsBestAndTiesGoToTheFirst)
     };
     for (const auto& [table, expected] : cases) {
         const Servers servers{QString::fromLatin1(table)};
-        EXPECT_EQ(proxy::selectProxy(servers.list, servers.ping()), expected) << table;
+        EXPECT_EQ(proxy::selectProxy(servers.list), expected) << table;
     }
 }
 
@@ -85,7 +78,7 @@ TEST_F(ProxySelection, OneServerIsChosenWithoutPingAndOnlyOnce)
     int port = 0;
     ASSERT_TRUE(ProxyConfig::bestProxy(host, port, address));
     EXPECT_EQ(QStringList({host, address, QString::number(port)}), QStringList({"10.1.1.1.proxy", "10.1.1.1", "1"}));
-    EXPECT_EQ(*servers.calls, 0);
+    EXPECT_EQ(servers.calls(), 0);
 
     QString kept = "kept";
     EXPECT_FALSE(ProxyConfig::bestProxy(kept, port, kept));
@@ -117,21 +110,20 @@ TEST_F(ProxySelection, ConcurrentFirstCallsSelectOnce)
         });
     for (auto& t : threads) t.join();
     EXPECT_EQ(successes, 1);
-    EXPECT_EQ(*servers.calls, 2) << "one selection: each server pinged once";
+    EXPECT_EQ(servers.calls(), 2) << "one selection: each server pinged once";
 }
 
-TEST(DnsComparison, AgreesOnlyWhenBothResolversGiveTheSameAnswer)
+TEST(DnsComparison, AgreesOnlyWhenTheSystemsAndThePublicResolversGiveTheSameAnswer)
 {
-    QStringList asked;
-    EXPECT_TRUE(proxy::dnsAnswersAgree("shop.example", [&](const QString& host, const QStringList& servers) {
-        asked << host + "@" + servers.join(',');
-        return QStringLiteral("1.2.3.4");
-    }));
-    EXPECT_EQ(asked, QStringList({"shop.example@", "shop.example@114.114.114.114,115.115.115.115"}));
-    EXPECT_FALSE(proxy::dnsAnswersAgree("x", [](const QString&, const QStringList& s) {
-        return s.isEmpty() ? QStringLiteral("1.1.1.1") : QStringLiteral("2.2.2.2");
-    }));
-    EXPECT_FALSE(proxy::dnsAnswersAgree("x", [](const QString&, const QStringList&) { return QString(); }));
+    const QStringList publicServers{"114.114.114.114", "115.115.115.115"};
+    systemif::network::FakeNetwork network;
+    EXPECT_FALSE(proxy::dnsAnswersAgree("shop.example")) << "no answer at all";
+    network.resolver.setAddress("shop.example", "1.2.3.4");
+    EXPECT_FALSE(proxy::dnsAnswersAgree("shop.example"));
+    network.resolver.setAddress("shop.example", "1.2.3.5", publicServers);
+    EXPECT_FALSE(proxy::dnsAnswersAgree("shop.example"));
+    network.resolver.setAddress("shop.example", "1.2.3.4", publicServers);
+    EXPECT_TRUE(proxy::dnsAnswersAgree("shop.example"));
 }
 
 }  // namespace
