@@ -22,11 +22,11 @@ struct Member {
         field;
 };
 
-void put(JsonDocument& doc, const KeyPath& key, const QString& value) { doc.setString(key, value); }
-void put(JsonDocument& doc, const KeyPath& key, int value) { doc.setInt(key, value); }
-void put(JsonDocument& doc, const KeyPath& key, bool value) { doc.setBool(key, value); }
-void put(JsonDocument& doc, const KeyPath& key, const QStringList& value) { doc.setStringList(key, value); }
-void put(JsonDocument& doc, const KeyPath& key, utility_enum::PrinterType value) { doc.setInt(key, int(value)); }
+bool put(JsonDocument& doc, const KeyPath& key, const QString& value) { return doc.setString(key, value); }
+bool put(JsonDocument& doc, const KeyPath& key, int value) { return doc.setInt(key, value); }
+bool put(JsonDocument& doc, const KeyPath& key, bool value) { return doc.setBool(key, value); }
+bool put(JsonDocument& doc, const KeyPath& key, const QStringList& value) { return doc.setStringList(key, value); }
+bool put(JsonDocument& doc, const KeyPath& key, utility_enum::PrinterType value) { return doc.setInt(key, int(value)); }
 
 // Each reads the member when the document has it in that type, else leaves the default.
 void take(const JsonDocument& doc, const KeyPath& key, QString& value) { value = doc.getString(key, value); }
@@ -38,12 +38,14 @@ void take(const JsonDocument& doc, const KeyPath& key, utility_enum::PrinterType
     value = static_cast<utility_enum::PrinterType>(doc.getInt(key, value));
 }
 
+// Empty when a member could not be written (no memory): a record is written whole or not at all.
 template <typename Record, size_t N>
 QString write(const Record& record, const Member<Record> (&members)[N])
 {
     JsonDocument doc;
     for (const Member<Record>& member : members)
-        std::visit([&](auto field) { put(doc, keyOf(member.key), record.*field); }, member.field);
+        if (!std::visit([&](auto field) { return put(doc, keyOf(member.key), record.*field); }, member.field))
+            return QString();
     return doc.toCompactString();
 }
 
