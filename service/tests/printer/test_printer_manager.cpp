@@ -6,7 +6,11 @@
 #include "service_business/json_db_browser.h"
 #include "service_business/os_printer_manager.h"
 #include "service_business/printer_manager.h"
+#include "service_business/print_manager.h"
 #include "service_business/profile_manager.h"
+
+#include "callback_log.h"
+#include "printer/dispatch_timing_p.h"
 
 #include "systemif/print_backend.h"
 #include "systemif/print_fake.h"
@@ -136,6 +140,36 @@ TEST_F(Registry, SpoolerPrinterOnAnUnsupportedPortOrOfAnUnreachableSpoolerIsNotL
     EXPECT_EQ(namesOf(OsPrinterManager::availableOSPrinterList()), QStringList{QStringLiteral("Kitchen")});
     m_fake.spooler.setReachable(false);
     EXPECT_TRUE(OsPrinterManager::availableOSPrinterList().isEmpty());
+}
+
+// A new collection moves the queued jobs of each printer to its new id: the held job and the one behind it
+// follow Kitchen from id 1 to id 0, and a job for id 0 joins them.
+TEST_F(Registry, QueuedJobFollowsItsPrinterToItsNewId)
+{
+    m_fake.spooler.addQueue("A", "POS-58", "usb://V/A");
+    m_fake.spooler.addQueue("Kitchen", "POS-58", "usb://V/K");
+    PrinterInfo kitchen = collectAndStore().at(1);
+    ASSERT_EQ(kitchen.name, "Kitchen");
+    test_support::CallbackLog outcomes;
+    m_fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Hang);
+    PrintManager::printOrder(kitchen, QByteArrayLiteral("first"), outcomes.callback(1));
+    for (int i = 0; i < 500 && (m_fake.spooler.jobs().isEmpty() ||
+                                m_fake.spooler.jobs()[0].state != SpoolerJobState::Processing); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    ASSERT_EQ(m_fake.spooler.jobs().size(), 1) << "the first job never reached the spooler";
+    PrintManager::printOrder(kitchen, QByteArrayLiteral("second"), outcomes.callback(2));
+
+    m_fake.spooler.removeQueue("A");
+    kitchen = collectAndStore().at(0);
+    ASSERT_EQ(kitchen.name, "Kitchen");
+    m_fake.spooler.setJobOutcome("Kitchen", FakeSpooler::JobOutcome::Complete);
+    PrintManager::printOrder(kitchen, QByteArrayLiteral("third"), outcomes.callback(3));
+    m_fake.spooler.cancel("Kitchen", m_fake.spooler.jobs()[0].id);
+    ASSERT_TRUE(outcomes.waitForTotal(3));
+    EXPECT_EQ(outcomes.order(), (QList<int>{1, 2, 3}));
+    EXPECT_EQ(outcomes.results(1), QList<bool>{false});
+    EXPECT_EQ(m_fake.spooler.printed("Kitchen"), (QList<QByteArray>{QByteArray("second", 7), QByteArray("third", 6)}));
+    EXPECT_TRUE(service_business::stopDispatchForTesting(10000));
 }
 
 // --- what counts as a change ---
