@@ -25,3 +25,13 @@ endif()
     set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${script})
   endif()
 endfunction()
+
+# Adds the calling folder's tests/ and bench/ when tests and benchmarks are built.
+function(sb_add_tests_and_benchmarks)
+  if(BUILD_TESTING)
+    add_subdirectory(tests)
+  endif()
+  if(SB_BENCHMARKS)
+    add_subdirectory(bench)
+  endif()
+endfunction()

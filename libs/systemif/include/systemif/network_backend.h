@@ -31,12 +31,9 @@ struct NetworkBackend {
     Resolver* resolver = nullptr;
 };
 
-// The machine's own services (ICMP sockets and c-ares); every member is set.
-NetworkBackend systemNetworkBackend();
-// The services in use now; every member is set.
+// The services in use now, the machine's own (ICMP sockets and c-ares) in place of null members.
 NetworkBackend networkBackend();
-// Uses the given services from now on; null members select the machine's own. The objects must outlive
-// their use.
+// Uses the given services from now on; the objects must outlive their use.
 void setNetworkBackend(const NetworkBackend& backend);
 
 }  // namespace network

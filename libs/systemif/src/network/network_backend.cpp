@@ -1,8 +1,7 @@
 #include "systemif/network_backend.h"
 
+#include "backend_choice_p.h"
 #include "network/network_p.h"
-
-#include <mutex>
 
 namespace systemif {
 namespace network {
@@ -28,32 +27,27 @@ public:
     }
 };
 
-std::mutex g_mutex;
-NetworkBackend g_chosen;  // guarded by g_mutex; null members stand for the system's services
+BackendChoice<NetworkBackend>& choice()
+{
+    static BackendChoice<NetworkBackend> chosen;
+    return chosen;
+}
 
 }  // namespace
 
-NetworkBackend systemNetworkBackend()
+NetworkBackend networkBackend()
 {
     static IcmpPinger pinger;
     static CaresResolver resolver;
-    return NetworkBackend{&pinger, &resolver};
-}
-
-NetworkBackend networkBackend()
-{
-    const NetworkBackend system = systemNetworkBackend();
-    std::lock_guard<std::mutex> lock(g_mutex);
-    NetworkBackend backend = g_chosen;
-    if (!backend.pinger) backend.pinger = system.pinger;
-    if (!backend.resolver) backend.resolver = system.resolver;
-    return backend;
+    return choice().current([](NetworkBackend& backend) {
+        if (!backend.pinger) backend.pinger = &pinger;
+        if (!backend.resolver) backend.resolver = &resolver;
+    });
 }
 
 void setNetworkBackend(const NetworkBackend& backend)
 {
-    std::lock_guard<std::mutex> lock(g_mutex);
-    g_chosen = backend;
+    choice().choose(backend);
 }
 
 PingInfo ping(const QString& address, int count, int timeoutMs)

@@ -108,6 +108,7 @@ struct UserConfig {
     static UserConfig fromJson(const QString& json);
 };
 
+// Where and how large the client's main window was last.
 struct WindowInfo {
     bool maximize = false;
     int zoom_level = 100;
@@ -129,6 +130,7 @@ struct ToneInfo {
     static ToneInfo fromJson(const QString& json);
 };
 
+// A proxy server of the basis file's list.
 struct ProxyServerInfo {
     QString address;  // the host that is pinged ("host" in the basis file)
     QString host;     // the proxy host handed to requests ("host" in the basis file)
@@ -138,6 +140,7 @@ struct ProxyServerInfo {
     static ProxyServerInfo fromJson(const QString& json);
 };
 
+// A file of a resource package and its SHA-1, as the package's index lists it.
 struct ResourceFileInfo {
     QString filename;
     QString sha1;
