@@ -33,30 +33,36 @@ void CupsPrintersTest::TearDown()
     if (HasFailure() && s_cups) std::cerr << s_cups->errorLog().right(4000).toStdString();
 }
 
-QByteArray CupsPrintersTest::Device::savedJob(int number) const
+QByteArray PrinterDevice::savedJob(int number) const
 {
     QFile file(dir.filePath(QString::asprintf("job-%04d.bin", number)));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
 }
 
-int CupsPrintersTest::Device::savedJobs() const
+int PrinterDevice::savedJobs() const
 {
     return QDir(dir.path()).entryList({QStringLiteral("job-*.bin")}, QDir::Files).size();
 }
 
-CupsPrintersTest::Device* CupsPrintersTest::addPrinter(const QString& name, virtual_printer::Options options,
-                                                        bool escpos)
+std::unique_ptr<PrinterDevice> startPrinter(CupsdHarness& cups, const QString& name, virtual_printer::Options options,
+                                            bool escpos)
 {
-    auto device = std::make_unique<Device>();
+    auto device = std::make_unique<PrinterDevice>();
     EXPECT_TRUE(device->dir.isValid());
     options.outDir = device->dir.path().toStdString();
     device->printer = std::make_unique<virtual_printer::VirtualPrinter>(options);
     std::string error;
     EXPECT_TRUE(device->printer->start(&error)) << error;
     const int port = device->printer->port();
-    EXPECT_TRUE(s_cups->addRawQueue(name, escpos ? CupsdHarness::escposUri(port) : CupsdHarness::socketUri(port)))
-        << s_cups->error().toStdString();
-    m_devices.push_back(std::move(device));
+    EXPECT_TRUE(cups.addRawQueue(name, escpos ? CupsdHarness::escposUri(port) : CupsdHarness::socketUri(port)))
+        << cups.error().toStdString();
+    return device;
+}
+
+CupsPrintersTest::Device* CupsPrintersTest::addPrinter(const QString& name, virtual_printer::Options options,
+                                                        bool escpos)
+{
+    m_devices.push_back(startPrinter(*s_cups, name, options, escpos));
     return m_devices.back().get();
 }
 

@@ -25,6 +25,20 @@ CupsdHarness* sharedCupsd();
 // Descriptors open in this process (after Qt's own first-thread descriptor exists).
 int openDescriptors();
 
+// A virtual printer saving into a directory of its own.
+struct PrinterDevice {
+    QTemporaryDir dir;
+    std::unique_ptr<virtual_printer::VirtualPrinter> printer;
+    // The bytes of its job `number` (1 for the first); "<missing>" when there is none.
+    QByteArray savedJob(int number) const;
+    // How many jobs it saved.
+    int savedJobs() const;
+};
+
+// Starts a virtual printer and a raw queue `name` to it on cupsd, through the socket backend or the escpos one.
+std::unique_ptr<PrinterDevice> startPrinter(CupsdHarness& cups, const QString& name,
+                                            virtual_printer::Options options = {}, bool escpos = false);
+
 class CupsPrintersTest : public ::testing::Test {
 protected:
     // Skips the test where cupsd cannot run; fails it when cupsd did not start.
@@ -32,14 +46,7 @@ protected:
     // Shows the end of the scheduler's error log when the test failed.
     void TearDown() override;
 
-    struct Device {
-        QTemporaryDir dir;
-        std::unique_ptr<virtual_printer::VirtualPrinter> printer;
-        // The bytes of its job `number` (1 for the first); "<missing>" when there is none.
-        QByteArray savedJob(int number) const;
-        // How many jobs it saved.
-        int savedJobs() const;
-    };
+    using Device = PrinterDevice;
     // Starts a virtual printer and a raw queue `name` to it, through the socket backend or the escpos one.
     Device* addPrinter(const QString& name, virtual_printer::Options options = {}, bool escpos = false);
 

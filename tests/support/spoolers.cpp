@@ -3,14 +3,10 @@
 #include "cups_printers.h"
 
 #include "systemif/print_fake.h"
-#include "virtual_printer/virtual_printer.h"
 
 #include <gtest/gtest.h>
 
-#include <QDir>
-#include <QFile>
 #include <QMap>
-#include <QTemporaryDir>
 #include <QThread>
 
 #include <atomic>
@@ -113,16 +109,8 @@ public:
     QString queue(const QString& name) const override { return m_names.value(name, name); }
     void addQueue(const QString& name) override
     {
-        Printer& printer = m_printers[name];
-        printer.dir = std::make_unique<QTemporaryDir>();
-        virtual_printer::Options options;
-        options.outDir = printer.dir->path().toStdString();
-        printer.device = std::make_unique<virtual_printer::VirtualPrinter>(options);
-        std::string error;
-        EXPECT_TRUE(printer.device->start(&error)) << error;
         m_names[name] = uniqueName(name);
-        EXPECT_TRUE(cups()->addRawQueue(queue(name), CupsdHarness::socketUri(printer.device->port())))
-            << cups()->error().toStdString();
+        m_printers[name] = startPrinter(*cups(), queue(name));
     }
     void removeQueue(const QString& name) override { cups()->deleteQueue(queue(name)); }
     void setStopped(const QString& name, bool stopped) override
@@ -133,7 +121,7 @@ public:
     {
         rejecting ? cups()->rejectJobs(queue(name)) : cups()->acceptJobs(queue(name));
     }
-    void setPrinterOff(const QString& name, bool off) override { m_printers[name].device->setRefuse(off); }
+    void setPrinterOff(const QString& name, bool off) override { m_printers[name]->printer->setRefuse(off); }
     void setFrozen(bool frozen) override { frozen ? cups()->freeze() : cups()->thaw(); }
     bool waitProcessing(const QString& name, int number) override { return waitForState(name, number, {5}); }
     bool waitCancelled(const QString& name, int number) override { return waitForState(name, number, {7, 8}); }
@@ -144,22 +132,15 @@ public:
     }
     QList<QByteArray> printed(const QString& name, int count) override
     {
-        Printer& printer = m_printers[name];
-        printer.device->waitForJobs(count, 20s);
+        const PrinterDevice& device = *m_printers[name];
+        device.printer->waitForJobs(count, 20s);
         QList<QByteArray> jobs;
-        for (int number = 1; number <= printer.device->jobCount(); ++number) {
-            QFile file(QDir(printer.dir->path()).filePath(QString::asprintf("job-%04d.bin", number)));
-            jobs << (file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>"));
-        }
+        for (int number = 1; number <= device.printer->jobCount(); ++number) jobs << device.savedJob(number);
         return jobs;
     }
     void settle() override { QThread::sleep(7); }
 
 private:
-    struct Printer {
-        std::unique_ptr<QTemporaryDir> dir;
-        std::unique_ptr<virtual_printer::VirtualPrinter> device;
-    };
     static CupsdHarness* cups() { return sharedCupsd(); }
     int jobId(const QString& name, int number) const { return cups()->jobIds(queue(name)).value(number - 1); }
     bool waitForState(const QString& name, int number, const QList<int>& states) const
@@ -167,7 +148,7 @@ private:
         return waitUntil([&] { return states.contains(cups()->jobState(jobId(name, number))); });
     }
 
-    std::map<QString, Printer> m_printers;
+    std::map<QString, std::unique_ptr<PrinterDevice>> m_printers;
     QMap<QString, QString> m_names;
 };
 
