@@ -1,7 +1,7 @@
 // The entry functions: their result codes, what they leave in the out-parameters, failed allocations,
 // formatting from many threads at once, and the inputs the fuzzer once broke the engine with.
 
-#include "byte_test_support.h"
+#include "engine_cases.h"
 
 #include "utility_p.h"
 
@@ -9,144 +9,114 @@
 
 #include <atomic>
 #include <dirent.h>
-#include <string>
 #include <thread>
 
 using namespace engine_test;
 
 namespace {
 
-const std::string kExamples = std::string(ENGINE_GOLDEN_DIR) + "/inputs/";
-
 const char kOrderSettings[] =
     R"({"width":"80mm","style":"normal","number_of_copies":2,"lines_between_copies":"small","isPrintBarcodeEnabled":true})";
 const char kSummarySettings[] = R"({"number_of_copies":1,"width":"58mm"})";
 
-enum class Entry { Online, Local, Summary };
-
 struct Job {
-    Entry entry;
-    std::string restaurant, input, settings;
+    std::string entry, restaurant, input, settings;
 };
 
-EngineError format(const Job& job, Receipt& receipt)
+// A text of a row: "@NAME" is the golden input NAME, a missing text is the given default.
+std::string textOrFile(const Row& row, const char* key, const std::string& otherwise)
 {
-    auto fn = job.entry == Entry::Online  ? format_online_order
-              : job.entry == Entry::Local ? format_local_order
-                                          : format_summary;
-    return fn(&receipt.data, &receipt.length, job.restaurant.c_str(), job.input.c_str(), job.settings.c_str());
+    const std::string text = row.has(key) ? row.text(key) : otherwise;
+    return text.compare(0, 1, "@") == 0 ? readText("golden/inputs/" + text.substr(1)) : text;
 }
 
 std::vector<Job> exampleJobs()
 {
-    const std::string restaurant = readText(kExamples + "restaurant.json");
-    return {{Entry::Online, restaurant, readText(kExamples + "online_order.json"), kOrderSettings},
-            {Entry::Local, restaurant, readText(kExamples + "dine_order.json"), kOrderSettings},
-            {Entry::Local, restaurant, readText(kExamples + "phone_order.json"), kOrderSettings},
-            {Entry::Summary, restaurant, readText(kExamples + "summary.json"), kSummarySettings}};
+    const std::string restaurant = readText("golden/inputs/restaurant.json");
+    return {{"online", restaurant, readText("golden/inputs/online_order.json"), kOrderSettings},
+            {"local", restaurant, readText("golden/inputs/dine_order.json"), kOrderSettings},
+            {"local", restaurant, readText("golden/inputs/phone_order.json"), kOrderSettings},
+            {"summary", restaurant, readText("golden/inputs/summary.json"), kSummarySettings}};
+}
+
+EngineError format(const Job& job, Receipt& receipt)
+{
+    return engine_test::format(job.entry, receipt, job.restaurant, job.input, job.settings);
 }
 
 class FormatEntry : public ::testing::Test {
 protected:
     static void SetUpTestSuite() { setTimeZone("Asia/Shanghai"); }
-    void SetUp() override { jobs_ = exampleJobs(); }
     void TearDown() override { EXPECT_EQ(engine_registry_count(), 0u) << "tracked blocks outlived the call"; }
-
-    // Runs job and checks the failure contract: a NULL buffer and the length untouched.
-    EngineError failure(const Job& job)
-    {
-        Receipt receipt;
-        receipt.data = reinterpret_cast<uint8_t*>(&receipt);  // anything but NULL
-        receipt.length = 1234;
-        EngineError code = format(job, receipt);
-        EXPECT_EQ(receipt.data, nullptr);
-        EXPECT_EQ(receipt.length, 1234u);
-        return code;
-    }
-
-    std::vector<Job> jobs_;
+    const std::vector<Job> jobs_ = exampleJobs();
 };
 
-TEST_F(FormatEntry, NullInputsGiveMinusTwo)
+// A failure leaves a NULL buffer and the length untouched.
+EngineError failure(const Job& job)
 {
-    uint8_t* out = nullptr;
-    uint32_t length = 0;
-    const char* r = jobs_[0].restaurant.c_str();
-    const char* o = jobs_[0].input.c_str();
-    EXPECT_EQ(format_online_order(&out, &length, nullptr, o, kOrderSettings), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(format_online_order(&out, &length, r, nullptr, kOrderSettings), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(format_local_order(&out, &length, r, o, nullptr), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(format_summary(&out, &length, r, nullptr, kSummarySettings), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(format_online_order(nullptr, &length, r, o, kOrderSettings), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(format_summary(&out, nullptr, r, o, kSummarySettings), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(out, nullptr);
+    Receipt receipt;
+    receipt.data = reinterpret_cast<uint8_t*>(&receipt);  // anything but NULL
+    receipt.length = 1234;
+    const EngineError code = format(job, receipt);
+    EXPECT_EQ(receipt.length, code ? 1234u : receipt.length);
+    if (code)
+        EXPECT_EQ(receipt.data, nullptr);
+    else
+        EXPECT_NE(receipt.data, nullptr);
+    return code;
 }
 
-// Each bad input fails with its code, a NULL buffer and the length untouched.
-TEST_F(FormatEntry, BadInputFailsWithTheCodeOfWhatIsWrong)
+ENGINE_CASE_TABLE(FormatError, "format_errors");
+
+TEST_P(FormatError, FailsWithTheCodeOfWhatIsWrongAndNoReceipt)
 {
-    const Job &online = jobs_[0], &dine = jobs_[1], &phone = jobs_[2], &summary = jobs_[3];
-    const std::string& r = online.restaurant;
-    const std::pair<Job, EngineError> table[] = {
-        {{Entry::Online, "{\"name\":", online.input, online.settings}, ENGINE_ERROR_RESTAURANT_JSON},
-        {{Entry::Online, r, online.input.substr(0, online.input.size() / 2), online.settings}, ENGINE_ERROR_ORDER_JSON},
-        {{Entry::Local, r, dine.input, "{'width':'58mm'}"}, ENGINE_ERROR_SETTINGS_JSON},
-        {{Entry::Summary, r, "", summary.settings}, ENGINE_ERROR_SUMMARY_JSON},
-        {{Entry::Summary, r, summary.input, "nul"}, ENGINE_ERROR_SETTINGS_JSON},
-        // The restaurant is read first: a broken restaurant wins over a broken order.
-        {{Entry::Local, "[", "[", "["}, ENGINE_ERROR_RESTAURANT_JSON},
-        {{Entry::Online, r, online.input, R"({"width":"76mm","style":"normal"})"}, ENGINE_ERROR_PAPER_WIDTH},
-        {{Entry::Local, r, phone.input, R"({"width":"58mm","style":"large"})"}, ENGINE_ERROR_PRINT_STYLE},
-        {{Entry::Summary, r, summary.input, R"({"width":"A4"})"}, ENGINE_ERROR_PAPER_WIDTH},
-        // A summary without a width passes its reader and fails in the layout.
-        {{Entry::Summary, r, summary.input, R"({"number_of_copies":1})"}, ENGINE_ERROR_PAPER_WIDTH},
-        // Incomplete: a local order without "localOrderType", a dine order read as online (no consignee),
-        // settings without "lines_between_copies", a restaurant without a name.
-        {{Entry::Local, r, R"({"id":"1","general":{},"detail":{}})", dine.settings}, ENGINE_ERROR_INVALID_INPUT},
-        {{Entry::Online, r, dine.input, dine.settings}, ENGINE_ERROR_INVALID_INPUT},
-        {{Entry::Local, r, dine.input, R"({"width":"58mm","style":"small"})"}, ENGINE_ERROR_INVALID_INPUT},
-        {{Entry::Local, "{}", dine.input, dine.settings}, ENGINE_ERROR_INVALID_INPUT},
-        // A good order one byte longer than the input limit is refused before it is parsed, at once.
-        {{Entry::Online, r, online.input + std::string(ENGINE_INPUT_LIMIT + 1 - online.input.size(), ' '),
-          online.settings},
-         ENGINE_ERROR_INPUT_TOO_LARGE},
-    };
-    for (const auto& row : table)
-        EXPECT_EQ(failure(row.first), row.second) << row.first.input.substr(0, 40) << " / " << row.first.settings;
-    // The summary asks for its three records only: a summary text that is a bare number still prints.
-    Receipt receipt;
-    EXPECT_EQ(format({Entry::Summary, "{}", "5", kSummarySettings}, receipt), ENGINE_OK);
+    const Row& row = GetParam();
+    EXPECT_EQ(failure({row.text("entry"), textOrFile(row, "restaurant", "@restaurant.json"),
+                       textOrFile(row, "input", ""), textOrFile(row, "settings", kOrderSettings)}),
+              row.number("code"));
+    EXPECT_EQ(engine_registry_count(), 0u);
+}
+
+TEST_F(FormatEntry, NullArgumentsAndTooLargeInputsAreRefusedAtOnce)
+{
+    Receipt out;
+    const char* r = jobs_[0].restaurant.c_str();
+    const char* o = jobs_[0].input.c_str();
+    EXPECT_EQ(format_online_order(&out.data, &out.length, nullptr, o, kOrderSettings), ENGINE_ERROR_INVALID_INPUT);
+    EXPECT_EQ(format_online_order(&out.data, &out.length, r, nullptr, kOrderSettings), ENGINE_ERROR_INVALID_INPUT);
+    EXPECT_EQ(format_local_order(&out.data, &out.length, r, o, nullptr), ENGINE_ERROR_INVALID_INPUT);
+    EXPECT_EQ(format_summary(&out.data, &out.length, r, nullptr, kSummarySettings), ENGINE_ERROR_INVALID_INPUT);
+    EXPECT_EQ(format_online_order(nullptr, &out.length, r, o, kOrderSettings), ENGINE_ERROR_INVALID_INPUT);
+    EXPECT_EQ(format_summary(&out.data, nullptr, r, o, kSummarySettings), ENGINE_ERROR_INVALID_INPUT);
+    EXPECT_EQ(out.data, nullptr);
+    // A good order one byte longer than the input limit is refused before it is parsed.
+    Job large = jobs_[0];
+    large.input.resize(ENGINE_INPUT_LIMIT + 1, ' ');
+    EXPECT_EQ(failure(large), ENGINE_ERROR_INPUT_TOO_LARGE);
+    large.input.resize(ENGINE_INPUT_LIMIT);
+    EXPECT_EQ(failure(large), ENGINE_OK);
 }
 
 TEST_F(FormatEntry, ZeroCopiesSucceedWithAnEmptyReceiptThatNeedsNoFreeing)
 {
     Receipt receipt;
     receipt.length = 99;
-    ASSERT_EQ(format({Entry::Online, jobs_[0].restaurant, jobs_[0].input,
+    ASSERT_EQ(format({"online", jobs_[0].restaurant, jobs_[0].input,
                       R"({"width":"58mm","style":"normal","lines_between_copies":"small","number_of_copies":0})"},
                      receipt),
               ENGINE_OK);
     EXPECT_EQ(receipt.data, nullptr);
     EXPECT_EQ(receipt.length, 0u);
-    engine_free(&receipt.data);  // nothing to free is no fault
-    engine_free(nullptr);
-}
-
-TEST_F(FormatEntry, DescribesItsCodes)
-{
+    engine_free(nullptr);  // nothing to free is no fault
     EXPECT_STREQ(engine_error_text(ENGINE_ERROR_ORDER_JSON), "order JSON does not parse");
     EXPECT_STREQ(engine_error_text(-999), "unknown error");
 }
 
-// Fails the n-th allocation from now on (counting from 0) and every later one, so that each failure path
-// is taken once while formatting.
+// Fails the n-th allocation from now on (counting from 0) and every later one.
 std::atomic<long> allocationsLeft{-1};
-
 void* failingMalloc(size_t size)
 {
-    if (allocationsLeft.fetch_sub(1) <= 0)
-        return nullptr;
-    return malloc(size);
+    return allocationsLeft.fetch_sub(1) <= 0 ? nullptr : malloc(size);
 }
 
 TEST_F(FormatEntry, FailedAllocationsGiveNoMemoryAndLeakNothing)
@@ -154,12 +124,11 @@ TEST_F(FormatEntry, FailedAllocationsGiveNoMemoryAndLeakNothing)
     for (const Job& job : jobs_) {
         Receipt reference;
         ASSERT_EQ(format(job, reference), ENGINE_OK);
-        bool completed = false;
-        for (long n = 0; !completed; n++) {
+        for (long n = 0, completed = 0; !completed; n++) {
             allocationsLeft = n;
             engine_set_malloc(failingMalloc);
             Receipt receipt;
-            EngineError code = format(job, receipt);
+            const EngineError code = format(job, receipt);
             engine_set_malloc(nullptr);
             if (code == ENGINE_OK) {
                 EXPECT_BYTES(reference.bytes(), receipt.bytes()) << "after " << n << " allocations";
@@ -183,23 +152,21 @@ TEST_F(FormatEntry, ManyThreadsGetTheSameBytes)
     }
     std::atomic<int> mismatches{0};
     std::vector<std::thread> threads;
-    for (int t = 0; t < 8; t++) {
+    for (int t = 0; t < 8; t++)
         threads.emplace_back([&, t] {
             for (int round = 0; round < 40; round++) {
-                size_t which = size_t(t + round) % jobs_.size();
                 Receipt receipt;
-                if (format(jobs_[which], receipt) != ENGINE_OK || receipt.bytes() != expected[which])
-                    mismatches++;
+                const size_t which = size_t(t + round) % jobs_.size();
+                mismatches += format(jobs_[which], receipt) != ENGINE_OK || receipt.bytes() != expected[which];
             }
         });
-    }
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(mismatches.load(), 0);
 }
 
-// Every NAME.input under the regression folder is a fuzz-format input (see fuzz_input.h) kept because it
-// broke the engine once or stresses a limit (nesting depth, output size); each must give a result code.
+// Every NAME.input under regressions/ is a fuzz input (see fuzz_input.h) kept because it broke the engine
+// once or stresses a limit (nesting depth, output size); each must give a result code.
 TEST(FuzzRegression, EveryFoundInputFormatsOrFailsCleanly)
 {
     DIR* dir = opendir(ENGINE_REGRESSION_DIR);
@@ -211,8 +178,7 @@ TEST(FuzzRegression, EveryFoundInputFormatsOrFailsCleanly)
             continue;
         const std::string data = readText(std::string(ENGINE_REGRESSION_DIR) + "/" + name);
         uint32_t length = 0;
-        EngineError code = run_fuzz_input(reinterpret_cast<const uint8_t*>(data.data()), data.size(), &length);
-        EXPECT_LE(code, 0) << name;
+        EXPECT_LE(run_fuzz_input(reinterpret_cast<const uint8_t*>(data.data()), data.size(), &length), 0) << name;
         replayed++;
     }
     closedir(dir);
