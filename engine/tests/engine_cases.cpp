@@ -8,10 +8,6 @@
 
 namespace engine_test {
 
-const char kRestaurant[] = R"({"name":"蜀香阁"})";
-const char kSettings58[] =
-    R"({"width":"58mm","style":"normal","lines_between_copies":"middle","number_of_copies":1,"isPrintBarcodeEnabled":false})";
-
 Bytes bytesOf(const std::string& notation)
 {
     Bytes out;
@@ -56,11 +52,6 @@ void setTimeZone(const char* zone)
     tzset();
 }
 
-std::string Row::text(const char* key) const
-{
-    return textOf(cJSON_GetObjectItemCaseSensitive(json, key));
-}
-
 std::string textOf(const cJSON* value)
 {
     if (cJSON_IsString(value))
@@ -69,11 +60,6 @@ std::string textOf(const cJSON* value)
     std::string out = printed ? printed : "";
     cJSON_free(printed);
     return out;
-}
-
-int Row::number(const char* key) const
-{
-    return cJSON_GetObjectItemCaseSensitive(json, key)->valueint;
 }
 
 std::vector<Row> table(const char* name)
@@ -96,18 +82,11 @@ void PrintTo(const Row& row, std::ostream* out)
     *out << row.name;
 }
 
-EngineError format(const std::string& entry, Receipt& receipt, const std::string& restaurant,
-                   const std::string& input, const std::string& settings)
+EngineError format(const std::string& entry, Receipt& receipt, const char* restaurant, const char* input,
+                   const char* settings)
 {
     auto fn = entry == "online" ? format_online_order : entry == "local" ? format_local_order : format_summary;
-    return fn(&receipt.data, &receipt.length, restaurant.c_str(), input.c_str(), settings.c_str());
-}
-
-ParsedOrder::ParsedOrder(bool online, const std::string& order, const std::string& settings,
-                         const std::string& restaurant)
-{
-    code = (online ? parse_online_order : parse_local_order)(&document, restaurant.c_str(), order.c_str(),
-                                                             settings.c_str());
+    return fn(&receipt.data, &receipt.length, restaurant, input, settings);
 }
 
 }  // namespace engine_test

@@ -1,5 +1,6 @@
-// The entry functions: their result codes, what they leave in the out-parameters, failed allocations,
-// formatting from many threads at once, and the inputs the fuzzer once broke the engine with.
+// The entry functions: whole receipts against the reviewed golden/expected/NAME.bin of each case of
+// golden/cases.json (see golden/README.md), result codes (cases/format_errors.json), failed allocations,
+// many threads at once, and the inputs the fuzzer once broke the engine with.
 
 #include "engine_cases.h"
 
@@ -8,105 +9,92 @@
 #include "../fuzz/fuzz_input.h"
 
 #include <atomic>
-#include <dirent.h>
+#include <filesystem>
+#include <fstream>
+#include <memory>
 #include <thread>
 
 using namespace engine_test;
 
 namespace {
 
-const char kOrderSettings[] =
-    R"({"width":"80mm","style":"normal","number_of_copies":2,"lines_between_copies":"small","isPrintBarcodeEnabled":true})";
-const char kSummarySettings[] = R"({"number_of_copies":1,"width":"58mm"})";
+const std::vector<Row> kGolden = table("golden/cases");
 
-struct Job {
-    std::string entry, restaurant, input, settings;
-};
-
-// A text of a row: "@NAME" is the golden input NAME, a missing text is the given default.
-std::string textOrFile(const Row& row, const char* key, const std::string& otherwise)
+// A row's text: "@NAME" is the golden input NAME, null no text (a null pointer), a missing key the default.
+std::shared_ptr<std::string> text(const Row& row, const char* key, std::string value = "")
 {
-    const std::string text = row.has(key) ? row.text(key) : otherwise;
-    return text.compare(0, 1, "@") == 0 ? readText("golden/inputs/" + text.substr(1)) : text;
+    value = row.has(key) ? row.text(key) : value;
+    if (value == "null")
+        return nullptr;
+    return std::make_shared<std::string>(value.compare(0, 1, "@") ? value : readText("golden/inputs/" + value.substr(1)));
+}
+const char* c(const std::shared_ptr<std::string>& text) { return text ? text->c_str() : nullptr; }
+
+EngineError formatGolden(const Row& row, Receipt& receipt)
+{
+    const std::string r = readText("golden/inputs/" + row.text("restaurant")), i = readText("golden/inputs/" + row.text("input"));
+    return format(row.text("entry"), receipt, r.c_str(), i.c_str(), row.text("settings").c_str());
 }
 
-std::vector<Job> exampleJobs()
-{
-    const std::string restaurant = readText("golden/inputs/restaurant.json");
-    return {{"online", restaurant, readText("golden/inputs/online_order.json"), kOrderSettings},
-            {"local", restaurant, readText("golden/inputs/dine_order.json"), kOrderSettings},
-            {"local", restaurant, readText("golden/inputs/phone_order.json"), kOrderSettings},
-            {"summary", restaurant, readText("golden/inputs/summary.json"), kSummarySettings}};
-}
-
-EngineError format(const Job& job, Receipt& receipt)
-{
-    return engine_test::format(job.entry, receipt, job.restaurant, job.input, job.settings);
-}
-
-class FormatEntry : public ::testing::Test {
+class GoldenReceipt : public ::testing::TestWithParam<Row> {
 protected:
     static void SetUpTestSuite() { setTimeZone("Asia/Shanghai"); }
-    void TearDown() override { EXPECT_EQ(engine_registry_count(), 0u) << "tracked blocks outlived the call"; }
-    const std::vector<Job> jobs_ = exampleJobs();
 };
+INSTANTIATE_TEST_SUITE_P(Cases, GoldenReceipt, ::testing::ValuesIn(kGolden),
+                         [](const ::testing::TestParamInfo<Row>& info) { return info.param.name; });
 
-// A failure leaves a NULL buffer and the length untouched.
-EngineError failure(const Job& job)
+TEST_P(GoldenReceipt, MatchesTheReviewedBytes)
+{
+    Receipt receipt;
+    ASSERT_EQ(formatGolden(GetParam(), receipt), ENGINE_OK);
+    const std::string path = ENGINE_TESTS_DIR "/golden/expected/" + GetParam().name + ".bin";
+    if (std::getenv("SB_UPDATE_GOLDEN")) {
+        std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(receipt.data), receipt.length);
+        GTEST_SKIP() << "wrote " << path << "; review it before committing";
+    }
+    ASSERT_TRUE(std::ifstream(path).good()) << "no golden file " << path;
+    EXPECT_BYTES(readText(path), receipt.bytes());
+    EXPECT_EQ(receipt.data == nullptr, receipt.length == 0) << "an empty receipt is no buffer and needs no freeing";
+}
+
+// A failure leaves a NULL buffer and the length untouched; a success a buffer.
+EngineError checkedFormat(const std::string& entry, const char* restaurant, const char* input, const char* settings)
 {
     Receipt receipt;
     receipt.data = reinterpret_cast<uint8_t*>(&receipt);  // anything but NULL
     receipt.length = 1234;
-    const EngineError code = format(job, receipt);
-    EXPECT_EQ(receipt.length, code ? 1234u : receipt.length);
-    if (code)
-        EXPECT_EQ(receipt.data, nullptr);
-    else
-        EXPECT_NE(receipt.data, nullptr);
+    const EngineError code = format(entry, receipt, restaurant, input, settings);
+    EXPECT_EQ(receipt.data == nullptr, code != ENGINE_OK);
+    EXPECT_EQ(receipt.length == 1234u, code != ENGINE_OK);
+    EXPECT_EQ(engine_registry_count(), 0u) << "tracked blocks outlived the call";
     return code;
 }
+
+const char kOrderSettings[] =
+    R"({"width":"80mm","style":"normal","number_of_copies":2,"lines_between_copies":"small","isPrintBarcodeEnabled":true})";
 
 ENGINE_CASE_TABLE(FormatError, "format_errors");
 
 TEST_P(FormatError, FailsWithTheCodeOfWhatIsWrongAndNoReceipt)
 {
     const Row& row = GetParam();
-    EXPECT_EQ(failure({row.text("entry"), textOrFile(row, "restaurant", "@restaurant.json"),
-                       textOrFile(row, "input", ""), textOrFile(row, "settings", kOrderSettings)}),
-              row.number("code"));
-    EXPECT_EQ(engine_registry_count(), 0u);
+    const auto r = text(row, "restaurant", "@restaurant.json"), i = text(row, "input"), s = text(row, "settings", kOrderSettings);
+    EXPECT_EQ(checkedFormat(row.text("entry"), c(r), c(i), c(s)), row.number("code"));
 }
 
-TEST_F(FormatEntry, NullArgumentsAndTooLargeInputsAreRefusedAtOnce)
+TEST(FormatEntry, MissingOutParametersAndTooLargeInputsAreRefusedAtOnceAndCodesAreDescribed)
 {
-    Receipt out;
-    const char* r = jobs_[0].restaurant.c_str();
-    const char* o = jobs_[0].input.c_str();
-    EXPECT_EQ(format_online_order(&out.data, &out.length, nullptr, o, kOrderSettings), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(format_online_order(&out.data, &out.length, r, nullptr, kOrderSettings), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(format_local_order(&out.data, &out.length, r, o, nullptr), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(format_summary(&out.data, &out.length, r, nullptr, kSummarySettings), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(format_online_order(nullptr, &out.length, r, o, kOrderSettings), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(format_summary(&out.data, nullptr, r, o, kSummarySettings), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(out.data, nullptr);
-    // A good order one byte longer than the input limit is refused before it is parsed.
-    Job large = jobs_[0];
-    large.input.resize(ENGINE_INPUT_LIMIT + 1, ' ');
-    EXPECT_EQ(failure(large), ENGINE_ERROR_INPUT_TOO_LARGE);
-    large.input.resize(ENGINE_INPUT_LIMIT);
-    EXPECT_EQ(failure(large), ENGINE_OK);
-}
-
-TEST_F(FormatEntry, ZeroCopiesSucceedWithAnEmptyReceiptThatNeedsNoFreeing)
-{
-    Receipt receipt;
-    receipt.length = 99;
-    ASSERT_EQ(format({"online", jobs_[0].restaurant, jobs_[0].input,
-                      R"({"width":"58mm","style":"normal","lines_between_copies":"small","number_of_copies":0})"},
-                     receipt),
-              ENGINE_OK);
-    EXPECT_EQ(receipt.data, nullptr);
-    EXPECT_EQ(receipt.length, 0u);
+    const std::string r = readText("golden/inputs/restaurant.json");
+    std::string large = readText("golden/inputs/online_order.json");
+    uint32_t length = 0;
+    uint8_t* out = nullptr;
+    EXPECT_EQ(format_online_order(nullptr, &length, r.c_str(), large.c_str(), kOrderSettings), ENGINE_ERROR_INVALID_INPUT);
+    EXPECT_EQ(format_summary(&out, nullptr, r.c_str(), large.c_str(), kOrderSettings), ENGINE_ERROR_INVALID_INPUT);
+    large.resize(ENGINE_INPUT_LIMIT + 1, ' ');  // a good text one byte longer than the limit, in each place
+    EXPECT_EQ(checkedFormat("online", r.c_str(), large.c_str(), kOrderSettings), ENGINE_ERROR_INPUT_TOO_LARGE);
+    EXPECT_EQ(checkedFormat("online", large.c_str(), r.c_str(), kOrderSettings), ENGINE_ERROR_INPUT_TOO_LARGE);
+    large.resize(ENGINE_INPUT_LIMIT);
+    EXPECT_EQ(checkedFormat("online", r.c_str(), large.c_str(), kOrderSettings), ENGINE_OK);
     engine_free(nullptr);  // nothing to free is no fault
     EXPECT_STREQ(engine_error_text(ENGINE_ERROR_ORDER_JSON), "order JSON does not parse");
     EXPECT_STREQ(engine_error_text(-999), "unknown error");
@@ -119,45 +107,46 @@ void* failingMalloc(size_t size)
     return allocationsLeft.fetch_sub(1) <= 0 ? nullptr : malloc(size);
 }
 
-TEST_F(FormatEntry, FailedAllocationsGiveNoMemoryAndLeakNothing)
+TEST(FormatEntry, FailedAllocationsGiveNoMemoryAndLeakNothing)
 {
-    for (const Job& job : jobs_) {
+    for (const Row& golden : kGolden) {
         Receipt reference;
-        ASSERT_EQ(format(job, reference), ENGINE_OK);
+        ASSERT_EQ(formatGolden(golden, reference), ENGINE_OK);
         for (long n = 0, completed = 0; !completed; n++) {
             allocationsLeft = n;
             engine_set_malloc(failingMalloc);
             Receipt receipt;
-            const EngineError code = format(job, receipt);
+            const EngineError code = formatGolden(golden, receipt);
             engine_set_malloc(nullptr);
             if (code == ENGINE_OK) {
-                EXPECT_BYTES(reference.bytes(), receipt.bytes()) << "after " << n << " allocations";
+                EXPECT_BYTES(reference.bytes(), receipt.bytes()) << golden.name << " after " << n << " allocations";
                 completed = allocationsLeft >= 0;
             } else {
-                ASSERT_EQ(code, ENGINE_ERROR_NO_MEMORY) << "after " << n << " allocations";
+                ASSERT_EQ(code, ENGINE_ERROR_NO_MEMORY) << golden.name << " after " << n << " allocations";
                 EXPECT_EQ(receipt.data, nullptr);
             }
-            ASSERT_EQ(engine_registry_count(), 0u) << "after " << n << " allocations";
+            ASSERT_EQ(engine_registry_count(), 0u) << golden.name << " after " << n << " allocations";
         }
     }
 }
 
-TEST_F(FormatEntry, ManyThreadsGetTheSameBytes)
+TEST(FormatEntry, ManyThreadsGetTheSameBytes)
 {
+    setTimeZone("Asia/Shanghai");
     std::vector<Bytes> expected;
-    for (const Job& job : jobs_) {
+    for (const Row& golden : kGolden) {
         Receipt receipt;
-        ASSERT_EQ(format(job, receipt), ENGINE_OK);
+        ASSERT_EQ(formatGolden(golden, receipt), ENGINE_OK);
         expected.push_back(receipt.bytes());
     }
     std::atomic<int> mismatches{0};
     std::vector<std::thread> threads;
     for (int t = 0; t < 8; t++)
         threads.emplace_back([&, t] {
-            for (int round = 0; round < 40; round++) {
+            for (size_t round = 0; round < 40; round++) {
                 Receipt receipt;
-                const size_t which = size_t(t + round) % jobs_.size();
-                mismatches += format(jobs_[which], receipt) != ENGINE_OK || receipt.bytes() != expected[which];
+                const size_t which = (size_t(t) * 5 + round) % kGolden.size();
+                mismatches += formatGolden(kGolden[which], receipt) != ENGINE_OK || receipt.bytes() != expected[which];
             }
         });
     for (std::thread& thread : threads)
@@ -169,19 +158,15 @@ TEST_F(FormatEntry, ManyThreadsGetTheSameBytes)
 // once or stresses a limit (nesting depth, output size); each must give a result code.
 TEST(FuzzRegression, EveryFoundInputFormatsOrFailsCleanly)
 {
-    DIR* dir = opendir(ENGINE_REGRESSION_DIR);
-    ASSERT_NE(dir, nullptr);
     int replayed = 0;
-    while (dirent* entry = readdir(dir)) {
-        const std::string name = entry->d_name;
-        if (name.size() < 6 || name.compare(name.size() - 6, 6, ".input") != 0)
+    for (const auto& entry : std::filesystem::directory_iterator(ENGINE_TESTS_DIR "/regressions")) {
+        if (entry.path().extension() != ".input")
             continue;
-        const std::string data = readText(std::string(ENGINE_REGRESSION_DIR) + "/" + name);
+        const std::string data = readText(entry.path());
         uint32_t length = 0;
-        EXPECT_LE(run_fuzz_input(reinterpret_cast<const uint8_t*>(data.data()), data.size(), &length), 0) << name;
+        EXPECT_LE(run_fuzz_input(reinterpret_cast<const uint8_t*>(data.data()), data.size(), &length), 0) << entry.path();
         replayed++;
     }
-    closedir(dir);
     EXPECT_GT(replayed, 0);
     EXPECT_EQ(engine_registry_count(), 0u);
 }

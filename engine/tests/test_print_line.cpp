@@ -1,4 +1,4 @@
-// Styled lines to printer bytes: display widths, padding and fill, style commands, and the small controls.
+// Styled lines to printer bytes (cases/render_line.json): padding and fill, style commands.
 
 #include "engine_cases.h"
 
@@ -26,15 +26,6 @@ TEST_P(RenderLine, GivesTheTabledBytes)
     EXPECT_BYTES(bytesOf(row.text("bytes")), out.bytes());
 }
 
-ENGINE_CASE_TABLE(DisplayWidth, "display_width");
-
-TEST_P(DisplayWidth, CountsMultiByteCharactersAsTwoColumnsAndStrayBytesAsOne)
-{
-    const Bytes text = bytesOf(GetParam().text("bytes"));
-    EXPECT_EQ(text_display_width(text.data(), uint32_t(text.size()), GetParam().has("double")),
-              uint32_t(GetParam().number("width")));
-}
-
 TEST(RenderLine, RejectsMissingArgumentsAndCountsNoText)
 {
     uint8_t* bytes = nullptr;
@@ -46,34 +37,6 @@ TEST(RenderLine, RejectsMissingArgumentsAndCountsNoText)
     EXPECT_EQ(bytes, nullptr);
     free_print_lines(&line);
     EXPECT_EQ(text_display_width(nullptr, 5, 1), 0u);
-}
-
-TEST(Controls, WriteTheirCommandBytesAndIgnoreUnknownKinds)
-{
-    uint8_t out[CONTROL_BYTES_MAX] = {};
-    uint32_t length = 99;
-    const char* table[] = {"{00}", "{lf}", "{1D 56 00}", "{1B 70 00 3C FF}"};
-    for (int kind = CONTROL_NUL; kind <= CONTROL_DRAWER_PULSE; kind++) {
-        control_bytes(out, &length, kind);
-        EXPECT_BYTES(bytesOf(table[kind - 1]), Bytes(out, out + length));
-    }
-    control_bytes(out, &length, 5);
-    EXPECT_EQ(length, 5u);  // unchanged
-}
-
-TEST(Chunks, RefuseAnOutputBeyondTheLimitOrAMissingChain)
-{
-    OutputChunk* chunks = nullptr;
-    uint8_t* a = nullptr;
-    ASSERT_TRUE(engine_memdup(&a, 4, "abcd"));
-    ASSERT_EQ(append_chunk(&chunks, a, 4), ENGINE_OK);
-    Receipt out;
-    EXPECT_EQ(repeat_chunks(&out.data, &out.length, chunks, INT32_MAX), ENGINE_ERROR_NO_MEMORY);
-    EXPECT_EQ(repeat_chunks(&out.data, &out.length, chunks, -3), ENGINE_OK);
-    EXPECT_EQ(out.data, nullptr);
-    EXPECT_EQ(out.length, 0u);
-    EXPECT_EQ(join_chunks(&out.data, &out.length, nullptr), ENGINE_ERROR_RENDER);
-    free_chunks(&chunks);
 }
 
 }  // namespace

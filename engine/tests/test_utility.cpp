@@ -1,7 +1,10 @@
-// The tracked allocator's registry, money text and local time.
+// The tracked allocator's registry and local time, and the small functions of every unit, run from the
+// table cases/functions.json (function, input, result).
 
 #include "engine_cases.h"
 
+#include "order_layout_p.h"
+#include "print_line_p.h"
 #include "utility_p.h"
 
 #include <climits>
@@ -18,29 +21,9 @@ std::string tagOf(const void* block)
     return engine_registry_find(block, file, sizeof file, &line) ? file + (":" + std::to_string(line)) : "-";
 }
 
-class AllocationRegistry : public ::testing::Test {
-protected:
-    void SetUp() override { ASSERT_EQ(engine_registry_count(), 0u) << "an earlier test left tracked blocks"; }
-    void TearDown() override { EXPECT_EQ(engine_registry_count(), 0u); }
-};
-
-TEST_F(AllocationRegistry, UntrackingTheHeadDropsTheRecordsBehindIt)
+TEST(AllocationRegistry, UntrackingTheHeadDropsTheRecordsBehindItAndAnyOtherOnlyItself)
 {
-    void* first = engine_alloc(8, "src/a.c", 1);
-    void* second = engine_alloc(8, "src/b.c", 2);
-    void* third = engine_alloc(8, "src/c.c", 3);
-    ASSERT_EQ(engine_registry_count(), 3u);
-    engine_untrack(first);
-    EXPECT_EQ(engine_registry_count(), 0u);
-    EXPECT_EQ(tagOf(second) + tagOf(third), "--");
-    std::memset(second, 0x5A, 8);  // the dropped blocks stay valid and their owners can release them
-    engine_release(second);
-    engine_release(third);
-    std::free(first);
-}
-
-TEST_F(AllocationRegistry, UntrackingAnyOtherRecordKeepsTheRest)
-{
+    ASSERT_EQ(engine_registry_count(), 0u) << "an earlier test left tracked blocks";
     void* first = engine_alloc(8, "src/a.c", 1);
     void* middle = engine_alloc(8, "src/b.c", 2);
     void* last = engine_alloc(8, "src/c.c", 3);
@@ -48,25 +31,68 @@ TEST_F(AllocationRegistry, UntrackingAnyOtherRecordKeepsTheRest)
     EXPECT_EQ(engine_registry_count(), 2u);
     engine_untrack(last);  // the tail: its predecessor becomes the tail
     void* next = engine_alloc(8, "src/d.c", 4);
-    EXPECT_EQ(engine_registry_count(), 2u);
-    EXPECT_EQ(tagOf(first) + tagOf(next), "src/a.c:1src/d.c:4");
+    EXPECT_EQ(tagOf(first) + tagOf(next) + tagOf(middle), "src/a.c:1src/d.c:4-");
     int unknown = 0;
     engine_untrack(&unknown);
     engine_untrack(nullptr);
     EXPECT_EQ(engine_registry_count(), 2u);
+    engine_untrack(first);  // the head: the blocks behind it are dropped too, and stay valid for their owners
+    EXPECT_EQ(engine_registry_count() + tagOf(next).size(), 1u);
+    std::memset(next, 0x5A, 8);
     engine_release(next);
-    engine_release(first);
-    std::free(middle);
-    std::free(last);
+    for (void* block : {first, middle, last})
+        std::free(block);
 }
 
-ENGINE_CASE_TABLE(Money, "money");
-
-TEST_P(Money, ShowsCentsOnlyWhenThereAreAny)
+// Calls the small function fn on in; its result as text or bytes.
+std::string call(const std::string& fn, const cJSON* in)
 {
-    char text[ENGINE_MONEY_TEXT_SIZE];
-    format_money(text, GetParam().has("force"), float(cJSON_GetObjectItem(GetParam().json, "value")->valuedouble));
-    EXPECT_EQ(std::string(text), GetParam().text("text"));
+    const std::string text = textOf(in);
+    const char* arg = cJSON_IsNull(in) ? nullptr : text.c_str();
+    const cJSON *first = cJSON_GetArrayItem(in, 0), *second = cJSON_GetArrayItem(in, 1);
+    Receipt out;
+    if (fn == "money") {
+        char money[ENGINE_MONEY_TEXT_SIZE];
+        format_money(money, cJSON_IsTrue(second), float(first ? first->valuedouble : 0));
+        return money;
+    }
+    if (fn == "phone") {
+        out.data = reinterpret_cast<uint8_t*>(format_phone(arg));
+        return out.data ? reinterpret_cast<char*>(out.data) : "null";
+    }
+    if (fn == "barcode") out.data = barcode_bytes(arg, &out.length);
+    if (fn == "display_width") {
+        const Bytes bytes = bytesOf(textOf(first));
+        return std::to_string(text_display_width(bytes.data(), uint32_t(bytes.size()), cJSON_IsTrue(second)));
+    }
+    if (fn == "control") {
+        uint8_t bytes[CONTROL_BYTES_MAX];
+        out.length = 99;
+        control_bytes(bytes, &out.length, in->valueint);
+        return out.length == 99 ? "unchanged" : std::string(bytes, bytes + out.length);
+    }
+    if (fn == "copy_feed_lines") return std::to_string(copy_feed_lines(arg));
+    if (fn == "known_kind") return is_known_order_kind(arg) ? "true" : "false";
+    if (fn == "paper_width") return std::to_string(paper_width_chars(arg));
+    if (fn == "repeat_chunks") {  // a chain of one 4-byte chunk, or none
+        OutputChunk* chunks = nullptr;
+        uint8_t* chunk = nullptr;
+        if (in->valueint && engine_memdup(&chunk, 4, "abcd"))
+            append_chunk(&chunks, chunk, 4);
+        const EngineError code = chunks ? repeat_chunks(&out.data, &out.length, chunks, in->valueint)
+                                        : join_chunks(&out.data, &out.length, chunks);
+        free_chunks(&chunks);
+        return std::to_string(code) + ":" + std::string(out.data, out.data + out.length);
+    }
+    return std::string(out.data, out.data + out.length);
+}
+
+ENGINE_CASE_TABLE(EngineFunction, "functions");
+
+TEST_P(EngineFunction, GivesTheTabledResult)
+{
+    const std::string fn = GetParam().text("fn");
+    EXPECT_BYTES(bytesOf(GetParam().text("out")), call(fn, cJSON_GetObjectItem(GetParam().json, "in"))) << fn;
 }
 
 TEST(LocalTime, ConvertsInTheMachinesZoneWithMonthFromOneAndFullYear)

@@ -1,8 +1,13 @@
 // Order texts into order documents: each row of cases/order_parser.json parses a restaurant, an order and
-// settings and names the fields it expects; the document is dumped field by field to compare them.
+// settings and names the fields it expects, compared on a dump of the document. Then what the golden
+// receipts cannot show of the layout: styles only a changed document can reach, and refusals.
 
 #include "engine_cases.h"
 
+#include "order_layout_p.h"
+#include "order_parser_p.h"
+#include "summary_layout_p.h"
+#include "summary_parser_p.h"
 #include "utility_p.h"
 
 #include <cstdio>
@@ -11,6 +16,23 @@
 using namespace engine_test;
 
 namespace {
+
+const char kRestaurant[] = R"({"name":"蜀香阁"})";
+const char kSettings58[] =
+    R"({"width":"58mm","style":"normal","lines_between_copies":"middle","number_of_copies":1,"isPrintBarcodeEnabled":false})";
+
+// A parsed order document, destroyed with the test.
+struct ParsedOrder {
+    ParsedOrder(bool online, const std::string& order, const std::string& settings = kSettings58,
+                const std::string& restaurant = kRestaurant)
+    {
+        code = (online ? parse_online_order : parse_local_order)(&document, restaurant.c_str(), order.c_str(),
+                                                                 settings.c_str());
+    }
+    ~ParsedOrder() { destroy_order_document(&document); }
+    OrderDocument* document = nullptr;
+    EngineError code = ENGINE_OK;
+};
 
 std::string str(const char* text) { return text ? text : "null"; }
 std::string numi(int64_t value) { return std::to_string(value); }
@@ -87,7 +109,7 @@ TEST_P(OrderParser, ReadsTheTabledFields)
     EXPECT_EQ(engine_registry_count(), 0u) << "the document left tracked blocks";
 }
 
-TEST(OrderParser, EachSectionReaderNamesWhatItMissed)
+TEST(SectionReaders, NameWhatTheyMissed)
 {
     void* slot = nullptr;
     EXPECT_EQ(read_online_order(reinterpret_cast<Order**>(&slot), nullptr), ENGINE_ERROR_ORDER_OBJECT);
@@ -106,12 +128,47 @@ TEST(OrderParser, EachSectionReaderNamesWhatItMissed)
     EXPECT_EQ(read_print_settings(nullptr, empty), ENGINE_ERROR_SETTINGS_JSON);
     cJSON_Delete(empty);
     EXPECT_EQ(read_summary_print_settings(nullptr, nullptr), ENGINE_ERROR_SETTINGS_JSON);
+    EXPECT_EQ(read_summary(reinterpret_cast<Summary**>(&slot), nullptr), ENGINE_ERROR_SUMMARY_JSON);
+    EXPECT_EQ(read_digest(reinterpret_cast<SummaryDigest**>(&slot), nullptr), ENGINE_ERROR_DIGEST_SECTION);
+    EXPECT_EQ(read_summary_orders(reinterpret_cast<SummaryOrder**>(&slot), nullptr), ENGINE_ERROR_SUMMARY_ORDERS);
     EXPECT_EQ(merge_into_extra_group(nullptr, nullptr), ENGINE_OK);
     EXPECT_EQ(slot, nullptr);
-    for (const char* kind : {"waimai", "dine", "phone"})
-        EXPECT_TRUE(is_known_order_kind(kind)) << kind;
-    for (const char* kind : {"Dine", "", static_cast<const char*>(nullptr)})
-        EXPECT_FALSE(is_known_order_kind(kind));
+}
+
+const std::string kOrder = R"({"id":"12345","general":{"daySn":7},"consignee":{"name":"王女士"},
+    "detail":{"accounting":{"receipt":140},"groups":[{"name":"热菜","type":"normal","items":[{"name":"回锅肉"}]}]}})";
+
+EngineError layout(const ParsedOrder& parsed, Receipt& out)
+{
+    EXPECT_EQ(parsed.code, ENGINE_OK);
+    return layout_order(parsed.document, &out.data, &out.length);
+}
+
+TEST(OrderLayout, AnyOtherStylePrintsWithoutStyleCommands)
+{
+    setTimeZone("Asia/Shanghai");
+    ParsedOrder parsed(true, kOrder);
+    ASSERT_TRUE(engine_strdup(&parsed.document->printSettings->style, "plain"));
+    Receipt out;
+    ASSERT_EQ(layout(parsed, out), ENGINE_OK);
+    const Bytes head = bytesOf("{9*2A 20}#7{reset}Zhevo订单{reset 20 10*2A lf}");
+    EXPECT_BYTES(head, Bytes(out.data, out.data + std::min<size_t>(out.length, head.size())));
+    // Only the fixed style-1 runs (cut, amount spaces) keep their commands; nothing is enlarged or bold.
+    for (const char* command : {"{1D 21 11}", "{1D 21 01}", "{1B 21 08}"})
+        EXPECT_LACKS_BYTES(out.bytes(), bytesOf(command));
+}
+
+TEST(OrderLayout, RefusesIncompleteDocumentsAndUnknownPaper)
+{
+    ParsedOrder parsed(true, kOrder);
+    ASSERT_TRUE(engine_strdup(&parsed.document->printSettings->width, "76mm"));
+    Receipt out;
+    EXPECT_EQ(layout(parsed, out), ENGINE_ERROR_PAPER_WIDTH);
+    ParsedOrder incomplete(true, R"({"id":"1","general":{},"consignee":{}})");
+    EXPECT_EQ(layout(incomplete, out), ENGINE_ERROR_INVALID_INPUT);
+    EXPECT_EQ(layout_order(nullptr, nullptr, nullptr), ENGINE_ERROR_INVALID_INPUT);
+    EXPECT_EQ(layout_summary(nullptr, &out.data, &out.length), ENGINE_ERROR_INVALID_INPUT);
+    EXPECT_EQ(out.data, nullptr);
 }
 
 }  // namespace
