@@ -1,40 +1,73 @@
-// Styled lines to printer bytes (cases/render_line.json): padding and fill, style commands.
+// Styled lines to printer bytes: each row of cases/render_line.json makes lines through the line builder,
+// once streaming (as the layouts do) and once as a chain rendered by render_lines; both give its bytes.
 
 #include "engine_cases.h"
 
 #include "print_line_p.h"
 #include "utility_p.h"
 
+#include <cstring>
+
 using namespace engine_test;
 
 namespace {
 
-ENGINE_CASE_TABLE(RenderLine, "render_line");
-
-TEST_P(RenderLine, GivesTheTabledBytes)
+// The builder's code, ":" and the bytes of the row's calls, each [call, text, style, align, fill, end, parts].
+std::string build(const Row& row, bool streaming)
 {
-    const Row& row = GetParam();
-    const std::string text = row.text("text"), fill = row.text("fill");
-    PrintLine* line = new_print_line(row.text("text") == "null" ? nullptr : text.c_str(),
-                                     row.has("style") ? row.number("style") : 0, row.number("align"),
-                                     row.has("fill") ? fill.c_str() : nullptr,
-                                     row.has("end") ? row.number("end") : LINE_END_FEED);
-    ASSERT_NE(line, nullptr);
+    const uint32_t width = uint32_t(row.number("width"));
+    LineBuilder builder{};
+    ByteBuffer sink{};
+    if (streaming)
+        stream_lines(&builder, &sink, width);
+    const cJSON* call = nullptr;
+    cJSON_ArrayForEach(call, cJSON_GetObjectItem(row.json, "calls"))
+    {
+        const auto text = [&](int i) { return cJSON_GetStringValue(cJSON_GetArrayItem(call, i)); };
+        const auto number = [&](int i) { return cJSON_GetArrayItem(call, i)->valueint; };
+        const std::string kind = text(0);
+        if (kind == "line") add_line(&builder, text(1), number(2), number(3), text(4), number(5));
+        if (kind == "printf") add_line_printf(&builder, number(2), number(3), text(4), number(5), "%s", text(1));
+        if (kind == "run") add_run(&builder, uint32_t(std::strlen(text(1))), text(1), number(2));
+        char* owned = nullptr;
+        if (kind == "owned" && (!text(1) || engine_strdup(&owned, text(1))))
+            add_line_owned(&builder, owned, number(2), number(3), text(4), number(5));
+        std::vector<TextPart> parts;
+        const cJSON* part = nullptr;
+        cJSON_ArrayForEach(part, cJSON_GetArrayItem(call, 6))
+            parts.push_back({uint32_t(cJSON_GetArrayItem(part, 0)->valueint), cJSON_GetArrayItem(part, 1)->valuestring});
+        if (kind == "parts") add_line_parts(&builder, number(2), number(3), text(4), number(5), parts.data(), uint32_t(parts.size()));
+    }
     Receipt out;
-    EXPECT_EQ(render_line(&out.data, &out.length, line, uint32_t(row.number("width"))), ENGINE_OK);
-    free_print_lines(&line);
-    EXPECT_BYTES(bytesOf(row.text("bytes")), out.bytes());
+    if (streaming)
+        flush_lines(&builder, &sink, width);
+    const EngineError code = builder.rc ? builder.rc
+                             : streaming ? buffer_take(&sink, &out.data, &out.length)
+                                         : render_lines(&out.data, &out.length, builder.lines, width);
+    end_lines(&builder);
+    buffer_release(&sink);
+    return std::to_string(code) + ":" + std::string(out.data, out.data + out.length);
 }
 
-TEST(RenderLine, RejectsMissingArgumentsAndCountsNoText)
+ENGINE_CASE_TABLE(RenderLine, "cases/render_line");
+
+TEST_P(RenderLine, StreamedAndChainedLinesGiveTheTabledBytes)
 {
-    uint8_t* bytes = nullptr;
-    uint32_t length = 0;
+    const Bytes expected = bytesOf((GetParam().has("code") ? GetParam().text("code") : "0") + ":" + GetParam().text("bytes"));
+    EXPECT_BYTES(expected, build(GetParam(), true)) << "streamed";
+    EXPECT_BYTES(expected, build(GetParam(), false)) << "chained";
+}
+
+TEST(RenderLine, OneLineRendersAloneAndMissingArgumentsAreRefused)
+{
+    Receipt out;
     PrintLine* line = new_print_line("a", 0, ALIGNMENT_LEFT, nullptr, LINE_END_FEED);
-    EXPECT_EQ(render_line(nullptr, &length, line, 32), ENGINE_ERROR_RENDER);
-    EXPECT_EQ(render_line(&bytes, nullptr, line, 32), ENGINE_ERROR_RENDER);
-    EXPECT_EQ(render_line(&bytes, &length, nullptr, 32), ENGINE_ERROR_RENDER);
-    EXPECT_EQ(bytes, nullptr);
+    EXPECT_EQ(render_line(nullptr, &out.length, line, 32), ENGINE_ERROR_RENDER);
+    EXPECT_EQ(render_line(&out.data, nullptr, line, 32), ENGINE_ERROR_RENDER);
+    EXPECT_EQ(render_line(&out.data, &out.length, nullptr, 32), ENGINE_ERROR_RENDER);
+    EXPECT_EQ(render_lines(nullptr, &out.length, line, 32), ENGINE_ERROR_RENDER);
+    EXPECT_EQ(render_line(&out.data, &out.length, line, 4), ENGINE_OK);
+    EXPECT_BYTES(bytesOf("{al0}a{reset 3*20 lf}"), out.bytes());
     free_print_lines(&line);
     EXPECT_EQ(text_display_width(nullptr, 5, 1), 0u);
 }

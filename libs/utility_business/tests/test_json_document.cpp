@@ -4,6 +4,8 @@
 
 #include "ub_cases.h"
 #include <QTemporaryDir>
+#include <cjson/cJSON.h>
+#include <atomic>
 
 using utility_business::JsonDocument;
 
@@ -68,15 +70,25 @@ QJsonValue run(JsonDocument& doc, const QJsonArray& s)
 class JsonDocumentCase : public ::testing::TestWithParam<int> {};
 UB_CASE_TABLE(JsonDocumentCase, kTable);
 
-TEST_P(JsonDocumentCase, EveryStepGivesTheTabledResult)
+// The cJSON blocks alive, counted through cJSON's allocation hooks.
+std::atomic<long> g_cjsonBlocks{0};
+cJSON_Hooks g_hooks = {[](size_t size) { return ++g_cjsonBlocks, std::malloc(size); },
+                       [](void* block) { g_cjsonBlocks -= block != nullptr, std::free(block); }};
+const bool g_counting = (cJSON_InitHooks(&g_hooks), true);
+
+TEST_P(JsonDocumentCase, EveryStepGivesTheTabledResultAndLeaksNothing)
 {
     const QJsonObject row = tableRows(kTable)[GetParam()].toObject();
-    JsonDocument doc(row[QStringLiteral("doc")].toString());
-    for (const QJsonValue& step : row[QStringLiteral("steps")].toArray()) {
-        const QJsonArray s = step.toArray();
-        const auto text = [](const QJsonValue& value) { return QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact); };
-        EXPECT_EQ(text(run(doc, s)), text(s.size() > 1 ? s.last() : QJsonValue())) << text(s).toStdString();
+    const long blocks = g_cjsonBlocks;
+    {
+        JsonDocument doc(row[QStringLiteral("doc")].toString());
+        for (const QJsonValue& step : row[QStringLiteral("steps")].toArray()) {
+            const QJsonArray s = step.toArray();
+            const auto text = [](const QJsonValue& value) { return QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact); };
+            EXPECT_EQ(text(run(doc, s)), text(s.size() > 1 ? s.last() : QJsonValue())) << text(s).toStdString();
+        }
     }
+    EXPECT_EQ(g_cjsonBlocks, blocks) << "cJSON blocks leaked";
 }
 
 }  // namespace
