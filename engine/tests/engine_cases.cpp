@@ -1,5 +1,5 @@
 #include "engine_cases.h"
-
+#include <atomic>
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
@@ -8,31 +8,31 @@
 
 namespace engine_test {
 
+std::atomic<long> g_cjsonBlocks{0};
+cJSON_Hooks g_hooks = {[](size_t size) { return ++g_cjsonBlocks, std::malloc(size); },
+                       [](void* block) { g_cjsonBlocks -= block != nullptr, std::free(block); }};
+const bool g_counting = (cJSON_InitHooks(&g_hooks), true);
+long cjsonBlocks() { return g_cjsonBlocks; }
+
 Bytes bytesOf(const std::string& notation)
 {
     Bytes out;
     for (size_t at = 0; at < notation.size(); at++) {
-        if (notation[at] != '{') {
-            out.push_back(uint8_t(notation[at]));
+        if (notation[at] != '{' && (out.push_back(uint8_t(notation[at])), true))
             continue;
-        }
         const size_t end = notation.find('}', at);
         std::istringstream tokens(notation.substr(at + 1, end - at - 1));
         at = end;
         for (std::string t; tokens >> t;) {
-            if (t == "lf")
-                out.push_back(0x0A);
-            else if (t == "reset")
-                out.insert(out.end(), {0x1D, 0x21, 0x00, 0x1B, 0x21, 0x00});
-            else if (t.compare(0, 2, "al") == 0)
-                out.insert(out.end(), {0x1B, 0x61, uint8_t(std::atoi(t.c_str() + 2))});
+            if (t == "lf") out.push_back(0x0A);
+            else if (t == "reset") out.insert(out.end(), {0x1D, 0x21, 0x00, 0x1B, 0x21, 0x00});
+            else if (t.compare(0, 2, "al") == 0) out.insert(out.end(), {0x1B, 0x61, uint8_t(std::atoi(t.c_str() + 2))});
             else if (t[0] == 's') {
                 const int s = std::atoi(t.c_str() + 1);
                 out.insert(out.end(), {0x1B, 0x21, uint8_t(s & 8), 0x1D, 0x21, uint8_t((s & 2 ? 0x10 : 0) + (s & 4 ? 1 : 0))});
             } else if (t.find('*') != std::string::npos)
                 out.insert(out.end(), size_t(std::atoi(t.c_str())), uint8_t(std::strtol(&t[t.find('*') + 1], nullptr, 16)));
-            else
-                out.push_back(uint8_t(std::strtol(t.c_str(), nullptr, 16)));
+            else out.push_back(uint8_t(std::strtol(t.c_str(), nullptr, 16)));
         }
     }
     return out;
@@ -46,11 +46,7 @@ std::string readText(const std::string& path)
     return text.str();
 }
 
-void setTimeZone(const char* zone)
-{
-    setenv("TZ", zone, 1);
-    tzset();
-}
+void setTimeZone(const char* zone) { setenv("TZ", zone, 1), tzset(); }
 
 std::string textOf(const cJSON* value)
 {
@@ -75,11 +71,6 @@ std::vector<Row> table(const char* name)
     if (rows.empty())
         ADD_FAILURE() << "no cases in " << name;
     return rows;
-}
-
-void PrintTo(const Row& row, std::ostream* out)
-{
-    *out << row.name;
 }
 
 EngineError format(const std::string& entry, Receipt& receipt, const char* restaurant, const char* input,

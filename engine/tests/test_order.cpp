@@ -3,12 +3,11 @@
 // out where the golden receipts cannot go (styles only a changed document can reach, refusals).
 
 #include "engine_cases.h"
-
 #include "order_layout_p.h"
+#include "print_line_p.h"
 #include "order_parser_p.h"
 #include "summary_layout_p.h"
 #include "summary_parser_p.h"
-#include "utility_p.h"
 
 #include <cstdio>
 #include <map>
@@ -112,8 +111,7 @@ TEST_P(OrderParser, ReadsTheTabledFieldsAndLaysThemOut)
 }
 
 // The readers and layouts given nothing, each with its own code; nothing is stored.
-template <class T>
-EngineError onNothing(EngineError (*reader)(T**, const cJSON*))
+template <class T> EngineError onNothing(EngineError (*reader)(T**, const cJSON*))
 {
     T* record = nullptr;
     const EngineError code = reader(&record, nullptr);
@@ -130,10 +128,13 @@ TEST(SectionReaders, NameWhatTheyMissed)
         onNothing(read_detail), onNothing(read_accounting), onNothing(read_item_group), onNothing(read_item),
         onNothing(parse_restaurant), onNothing(read_print_settings), onNothing(read_summary_print_settings),
         onNothing(read_summary), onNothing(read_digest), onNothing(read_summary_orders),
-        read_local_order(nullptr, nullptr), layout_order(nullptr, nullptr, nullptr),
-        layout_summary(nullptr, &out.data, &out.length), merge_into_extra_group(nullptr, nullptr)};
-    EXPECT_EQ(codes, std::vector<EngineError>({-3, -3, -321, -321, -322, -322, -323, -323, -324, -325, -31, -33, -33, -34,
-                                               -341, -342, -3, -2, -2, 0}));  // see receipt_engine.h
+        read_local_order(nullptr, nullptr), layout_order(nullptr, &out.data, nullptr), layout_order(nullptr, nullptr, &out.length),
+        layout_summary(nullptr, &out.data, &out.length), layout_summary(nullptr, nullptr, &out.length),
+        render_line(nullptr, &out.length, nullptr, 1), render_line(&out.data, nullptr, nullptr, 1),
+        render_line(&out.data, &out.length, nullptr, 1), render_lines(nullptr, &out.length, nullptr, 1),
+        EngineError(text_display_width(nullptr, 5, 1)), merge_into_extra_group(nullptr, nullptr)};
+    EXPECT_EQ(codes, std::vector<EngineError>({-3, -3, -321, -321, -322, -322, -323, -323, -324, -325, -31, -33, -33, -34, -341,
+                                               -342, -3, -2, -2, -2, -2, -1, -1, -1, -1, 0, 0}));  // see receipt_engine.h
     cJSON* empty = cJSON_CreateObject();
     EXPECT_EQ(read_print_settings(nullptr, empty), ENGINE_ERROR_SETTINGS_JSON);
     cJSON_Delete(empty);

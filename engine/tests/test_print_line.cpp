@@ -2,7 +2,6 @@
 // once streaming (as the layouts do) and once as a chain rendered by render_lines; both give its bytes.
 
 #include "engine_cases.h"
-
 #include "print_line_p.h"
 #include "utility_p.h"
 
@@ -18,8 +17,7 @@ std::string build(const Row& row, bool streaming)
     const uint32_t width = uint32_t(row.number("width"));
     LineBuilder builder{};
     ByteBuffer sink{};
-    if (streaming)
-        stream_lines(&builder, &sink, width);
+    if (streaming) stream_lines(&builder, &sink, width);
     const cJSON* call = nullptr;
     cJSON_ArrayForEach(call, cJSON_GetObjectItem(row.json, "calls"))
     {
@@ -39,8 +37,7 @@ std::string build(const Row& row, bool streaming)
         if (kind == "parts") add_line_parts(&builder, number(2), number(3), text(4), number(5), parts.data(), uint32_t(parts.size()));
     }
     Receipt out;
-    if (streaming)
-        flush_lines(&builder, &sink, width);
+    if (streaming) flush_lines(&builder, &sink, width);
     const EngineError code = builder.rc ? builder.rc
                              : streaming ? buffer_take(&sink, &out.data, &out.length)
                                          : render_lines(&out.data, &out.length, builder.lines, width);
@@ -56,20 +53,6 @@ TEST_P(RenderLine, StreamedAndChainedLinesGiveTheTabledBytes)
     const Bytes expected = bytesOf((GetParam().has("code") ? GetParam().text("code") : "0") + ":" + GetParam().text("bytes"));
     EXPECT_BYTES(expected, build(GetParam(), true)) << "streamed";
     EXPECT_BYTES(expected, build(GetParam(), false)) << "chained";
-}
-
-TEST(RenderLine, OneLineRendersAloneAndMissingArgumentsAreRefused)
-{
-    Receipt out;
-    PrintLine* line = new_print_line("a", 0, ALIGNMENT_LEFT, nullptr, LINE_END_FEED);
-    EXPECT_EQ(render_line(nullptr, &out.length, line, 32), ENGINE_ERROR_RENDER);
-    EXPECT_EQ(render_line(&out.data, nullptr, line, 32), ENGINE_ERROR_RENDER);
-    EXPECT_EQ(render_line(&out.data, &out.length, nullptr, 32), ENGINE_ERROR_RENDER);
-    EXPECT_EQ(render_lines(nullptr, &out.length, line, 32), ENGINE_ERROR_RENDER);
-    EXPECT_EQ(render_line(&out.data, &out.length, line, 4), ENGINE_OK);
-    EXPECT_BYTES(bytesOf("{al0}a{reset 3*20 lf}"), out.bytes());
-    free_print_lines(&line);
-    EXPECT_EQ(text_display_width(nullptr, 5, 1), 0u);
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 // cases/functions.json (function, input, result).
 
 #include "engine_cases.h"
-
 #include "order_layout_p.h"
 #include "print_line_p.h"
 #include "utility_p.h"
@@ -34,21 +33,22 @@ TEST(AllocationRegistry, UntrackingTheHeadDropsTheRecordsBehindItAndAnyOtherOnly
     void* next = engine_alloc(8, "src/d.c", 4);
     EXPECT_EQ(tagOf(first) + tagOf(next) + tagOf(middle), "src/a.c:1src/d.c:4-");
     int unknown = 0;
-    engine_untrack(&unknown);
-    engine_untrack(nullptr);
+    engine_untrack(&unknown), engine_untrack(nullptr);
     EXPECT_EQ(engine_registry_count(), 2u);
     engine_untrack(first);  // the head: the blocks behind it are dropped too, and stay valid for their owners
     EXPECT_EQ(engine_registry_count() + tagOf(next).size(), 1u);
     std::memset(next, 0x5A, 8);
     engine_release(next);
-    for (void* block : {first, middle, last})
-        std::free(block);
+    for (void* block : {first, middle, last}) std::free(block);
     std::vector<void*> blocks(256);  // as many as the first table has slots: it grew, so a lookup still ends
-    for (void*& block : blocks)
-        block = engine_alloc(8, "src/e.c", 5);
+    for (size_t i = 0; i < blocks.size(); i++) {
+        engine_set_malloc(i == 128 ? +[](size_t size) { return size > 1024 ? nullptr : std::malloc(size); } : nullptr);
+        EXPECT_EQ(i == 128 ? engine_alloc(8, "src/e.c", 6) : nullptr, nullptr);  // the table cannot grow: no block
+        engine_set_malloc(nullptr);
+        blocks[i] = engine_alloc(8, "src/e.c", 5);
+    }
     EXPECT_EQ(engine_registry_find(&unknown, nullptr, 0, nullptr) + engine_registry_count(), 256u);
-    for (auto block = blocks.rbegin(); block != blocks.rend(); ++block)
-        engine_release(*block);
+    for (auto block = blocks.rbegin(); block != blocks.rend(); ++block) engine_release(*block);
 }
 
 // Calls the small function fn on in; its result as text, or its code, ":" and the bytes or text it made.
@@ -57,6 +57,7 @@ std::string call(const std::string& fn, const cJSON* in)
     const std::string text = textOf(in);
     const char* arg = cJSON_IsNull(in) ? nullptr : text.c_str();
     const cJSON *first = cJSON_GetArrayItem(in, 0), *second = cJSON_GetArrayItem(in, 1);
+    const Bytes bytes = bytesOf(textOf(first));
     Receipt out;
     char** made = reinterpret_cast<char**>(&out.data);  // the text of the functions that make one
     char money[ENGINE_MONEY_TEXT_SIZE];
@@ -64,15 +65,12 @@ std::string call(const std::string& fn, const cJSON* in)
     EngineError code = ENGINE_OK;
     std::string columns;  // of the segments
     if (fn == "money") return format_money(money, cJSON_IsTrue(second), float(first->valuedouble)), money;
-    if (fn == "control") out.length = 99, control_bytes(control, &out.length, in->valueint);
+    if (fn == "control") out.length = 99, control_bytes(nullptr, &out.length, 1), control_bytes(control, &out.length, in->valueint);
     if (fn == "control") return out.length == 99 ? "unchanged" : std::string(control, control + out.length);
     if (fn == "copy_feed_lines") return std::to_string(copy_feed_lines(arg));
     if (fn == "known_kind") return is_known_order_kind(arg) ? "true" : "false";
     if (fn == "paper_width") return std::to_string(paper_width_chars(arg));
-    if (fn == "display_width") {
-        const Bytes bytes = bytesOf(textOf(first));
-        return std::to_string(text_display_width(bytes.data(), uint32_t(bytes.size()), cJSON_IsTrue(second)));
-    }
+    if (fn == "display_width") return std::to_string(text_display_width(bytes.data(), uint32_t(bytes.size()), cJSON_IsTrue(second)));
     if (fn == "local_time") {  // in the zone given
         setTimeZone(cJSON_GetStringValue(first));
         const struct tm t = local_time(int64_t(second->valuedouble));
@@ -82,30 +80,43 @@ std::string call(const std::string& fn, const cJSON* in)
     if (fn == "phone") *made = format_phone(arg);
     if (fn == "fill_line") *made = make_fill_line(cJSON_GetStringValue(first), uint32_t(second->valueint), cJSON_IsTrue(cJSON_GetArrayItem(in, 2)));
     if (fn == "strdup") code = engine_strdup(made, arg);
+    if (fn == "memdup") code = engine_memdup(&out.data, uint32_t(text.size()), arg), out.length = uint32_t(text.size());
     if (fn == "barcode") out.data = barcode_bytes(arg, &out.length);
     if (fn == "feed_lines") code = feed_lines(&out.data, &out.length, in->valueint);
     if (fn == "segments") {  // [[text, style]...] rendered, then aligned by the second number
         TextSegment* segments = nullptr;
-        const cJSON* run = nullptr;
-        cJSON_ArrayForEach(run, first)
-        {
-            const char* bytes = cJSON_GetStringValue(cJSON_GetArrayItem(run, 0));
-            append_segment(&segments, uint32_t(strlen(bytes)), reinterpret_cast<const uint8_t*>(bytes), cJSON_GetArrayItem(run, 1)->valueint);
-        }
+        for (const cJSON* run = first->child; run; run = run->next)
+            append_segment(&segments, uint32_t(std::strlen(run->child->valuestring)),
+                           reinterpret_cast<const uint8_t*>(run->child->valuestring), run->child->next->valueint);
         code = render_segments(&out.data, &out.length, segments);
         code = code ? code : apply_alignment(&out.data, &out.length, second->valueint);
         columns = std::to_string(segment_list_width(segments)) + " columns ";
         free_segments(&segments);
     }
-    if (fn == "repeat_chunks") {  // in copies of a chain of one 4-byte chunk, or no chain for 0
+    if (fn == "buffer_reuse") {  // a buffer released and written again holds only the new bytes
+        ByteBuffer buffer{};
+        buffer_append(&buffer, "old", 3), buffer_release(&buffer), buffer_append(&buffer, arg, uint32_t(text.size()));
+        code = buffer_take(&buffer, &out.data, &out.length);
+    }
+    if (fn == "chunks") {  // [[chunk...], copies]: copies of the chain, or for 0 the chain joined
         OutputChunk* chunks = nullptr;
-        if (in->valueint && engine_memdup(&out.data, 4, "abcd"))
-            append_chunk(&chunks, out.data, 4), out.data = nullptr;
-        code = chunks ? repeat_chunks(&out.data, &out.length, chunks, in->valueint) : join_chunks(&out.data, &out.length, chunks);
+        for (const cJSON* chunk = first->child; chunk; chunk = chunk->next) {
+            uint8_t* data = nullptr;
+            engine_memdup(&data, uint32_t(std::strlen(chunk->valuestring)), chunk->valuestring);
+            append_chunk(&chunks, data, uint32_t(std::strlen(chunk->valuestring)));
+        }
+        code = second->valueint ? repeat_chunks(&out.data, &out.length, chunks, second->valueint)
+                                : join_chunks(&out.data, &out.length, chunks);
         free_chunks(&chunks);
     }
+    if (fn == "render_line") {  // [text, width]: one left line
+        PrintLine* line = new_print_line(cJSON_GetStringValue(first), 0, ALIGNMENT_LEFT, nullptr, LINE_END_FEED);
+        code = render_line(&out.data, &out.length, line, uint32_t(second->valueint));
+        free_print_lines(&line);
+    }
     if (*made && (fn == "phone" || fn == "fill_line" || fn == "strdup")) out.length = uint32_t(strlen(*made));
-    return columns + std::to_string(code) + ":" + (out.data ? std::string(out.data, out.data + out.length) : "null");
+    return columns + std::to_string(code) + ":" +
+           (out.data ? std::string(out.data, out.data + out.length) : out.length ? "null, length set" : "null");
 }
 
 ENGINE_CASE_TABLE(EngineFunction, "cases/functions");
@@ -113,7 +124,9 @@ ENGINE_CASE_TABLE(EngineFunction, "cases/functions");
 TEST_P(EngineFunction, GivesTheTabledResult)
 {
     const std::string fn = GetParam().text("fn");
+    const LeakCheck check;
     EXPECT_BYTES(bytesOf(GetParam().text("out")), call(fn, cJSON_GetObjectItem(GetParam().json, "in"))) << fn;
+    EXPECT_EQ(check.leaked(), 0u);
 }
 
 }  // namespace

@@ -67,7 +67,6 @@ const QByteArray kOldText = "{\n    \"old\": true\n}\n";
 
 class JsonDocumentSave : public ::testing::Test {
 protected:
-    void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
     bool save(const char* write, const char* sync)
     {
         m_ops = {kWrites.at(write), kSyncs.at(sync)};
@@ -89,16 +88,27 @@ protected:
 class JsonDocumentSaveCase : public JsonDocumentSave, public ::testing::WithParamInterface<int> {};
 UB_CASE_TABLE(JsonDocumentSaveCase, QStringLiteral(UB_CASES_DIR "/json_save.json"));
 
-// A failure logs the step and the system's reason; the exact wording is in the table once.
+// A row saves over an old file ("new": none; "link": a symbolic link to it) under a umask; a new file follows
+// the umask, a replaced one or a link's target keeps its mode. A failure logs the step and the system's
+// reason; the exact wording is in the table once.
 TEST_P(JsonDocumentSaveCase, SavesEverythingOrKeepsTheOldFileAndLeavesNoTemporary)
 {
     const QJsonObject row = tableRows(QStringLiteral(UB_CASES_DIR "/json_save.json"))[GetParam()].toObject();
-    writeFile(m_path, kOldText);
-    const bool saved = row[QStringLiteral("saved")].toBool();
+    const auto octal = [&](const char* key, const char* otherwise) {
+        return mode_t(row[QLatin1String(key)].toString(QLatin1String(otherwise)).toUInt(nullptr, 8));
+    };
+    const bool link = row[QStringLiteral("link")].toBool(), saved = row[QStringLiteral("saved")].toBool(true);
+    const QString target = link ? m_dir.filePath(QStringLiteral("real.json")) : m_path;
+    if (!row[QStringLiteral("new")].toBool())
+        writeFile(target, kOldText), ::chmod(QFile::encodeName(target).constData(), octal("old_mode", "0644"));
+    ASSERT_TRUE(!link || QFile::link(target, m_path));
     utility_business::log::Capture capture;
-    EXPECT_EQ(save(row[QStringLiteral("write")].toString().toUtf8(), row[QStringLiteral("fsync")].toString().toUtf8()), saved);
-    EXPECT_EQ(readFile(m_path), saved ? m_text : kOldText);
-    EXPECT_EQ(entriesOf(m_dir.path()), QStringList{"Settings-App.json"});
+    const mode_t previous = ::umask(octal("umask", "022"));
+    EXPECT_EQ(save(row[QStringLiteral("write")].toString("real").toUtf8(), row[QStringLiteral("fsync")].toString("real").toUtf8()), saved);
+    ::umask(previous);
+    EXPECT_EQ(readFile(target), saved ? m_text : kOldText);
+    EXPECT_EQ(modeOf(target), octal("mode", ""));
+    EXPECT_EQ(entriesOf(m_dir.path()), (link ? QStringList{"Settings-App.json", "real.json"} : QStringList{"Settings-App.json"}));
     if (row[QStringLiteral("fsync")] == QStringLiteral("watch")) {  // the temporary sits beside the target
         ASSERT_GE(g_seenDuringSave.size(), 2) << g_seenDuringSave.join(' ').toStdString();
         EXPECT_TRUE(g_seenDuringSave[0].startsWith(".Settings-App.json.tmp-")) << g_seenDuringSave[0].toStdString();
@@ -107,26 +117,6 @@ TEST_P(JsonDocumentSaveCase, SavesEverythingOrKeepsTheOldFileAndLeavesNoTemporar
     const std::string logged = row[QStringLiteral("logged")].toString().toStdString();
     EXPECT_EQ(capture.records().size(), saved ? 0u : 1u);
     EXPECT_TRUE(logged.empty() || capture.contains("error", "save of " + QFile::encodeName(m_path).toStdString() + " " + logged));
-}
-
-TEST_F(JsonDocumentSave, NewFileFollowsTheUmaskAndReplacedFileOrLinkTargetKeepsItsMode)
-{
-    const mode_t previous = ::umask(0);
-    EXPECT_TRUE(m_doc.toFile(m_path));
-    EXPECT_EQ(modeOf(m_path), 0666u);
-    ::umask(027);
-    EXPECT_TRUE(QFile::remove(m_path) && m_doc.toFile(m_path));
-    ::umask(previous);
-    EXPECT_EQ(modeOf(m_path), 0640u);
-
-    const QString real = m_dir.filePath(QStringLiteral("real.json"));
-    writeFile(real, kOldText);
-    ASSERT_EQ(::chmod(QFile::encodeName(real).constData(), 0604), 0);
-    ASSERT_TRUE(QFile::remove(m_path) && QFile::link(real, m_path));
-    ASSERT_TRUE(m_doc.toFile(m_path));
-    EXPECT_TRUE(QFileInfo(m_path).isSymLink());
-    EXPECT_EQ(readFile(real), m_text);
-    EXPECT_EQ(modeOf(real), 0604u);
 }
 
 TEST_F(JsonDocumentSave, FailedRenameOrMissingDirectoryLeavesNoTemporary)
