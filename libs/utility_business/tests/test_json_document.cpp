@@ -21,10 +21,8 @@ QJsonValue run(JsonDocument& doc, const QJsonArray& s)
     const QString call = s[0].toString();
     if (call == "compact") return doc.toCompactString();
     if (call == "toString") return s.size() == 2 ? doc.toString() : doc.toString(listOf(s[1]));
-    if (call == "fromString") {
-        QString error;
-        return doc.fromString(s[1].toString(), error) ? QJsonValue(true) : QJsonValue(error);
-    }
+    QString error;
+    if (call == "fromString") return doc.fromString(s[1].toString(), error) ? QJsonValue(true) : QJsonValue(error);
     if (call == "fromFile") {  // the text written to a file first; null: no file, false: a directory
         QTemporaryDir dir;
         QFile file(dir.filePath(QStringLiteral("f.json")));
@@ -34,8 +32,7 @@ QJsonValue run(JsonDocument& doc, const QJsonArray& s)
     }
     if (call == "copyChanged") {  // a copy and an assigned copy, changed: the original stays
         JsonDocument copy(doc), assigned;
-        copy.setInt(listOf(s[1]), 2);
-        assigned = copy;
+        copy.setInt(listOf(s[1]), 2), assigned = copy;
         return QJsonArray{doc.toCompactString(), assigned.toCompactString()};
     }
     if (call == "moveConstruct") return JsonDocument(std::move(doc)).toCompactString();
