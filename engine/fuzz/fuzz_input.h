@@ -1,11 +1,8 @@
-/*
- * How a fuzz input drives the engine, shared by the fuzz harness and the regression test that replays the
- * inputs the fuzzer found: the first byte picks the entry (online, local, summary by its value mod 3), the
- * rest holds the restaurant, the order or summary and the settings text, separated by NUL bytes (a missing
- * text is empty).
- */
-#ifndef RECEIPT_ENGINE_FUZZ_INPUT_H
-#define RECEIPT_ENGINE_FUZZ_INPUT_H
+/* How a fuzz input drives the engine, shared by the fuzz harness and the regression test that replays the
+   inputs the fuzzer found: the first byte picks the entry (online, local, summary by its value mod 3), the
+   rest holds the restaurant, the order or summary and the settings text, separated by NUL bytes (a missing
+   text is empty). */
+#pragma once
 
 #include "receipt_engine/receipt_engine.h"
 
@@ -32,15 +29,10 @@ static inline EngineError run_fuzz_input(const uint8_t *data, size_t size, uint3
     }
     uint8_t *out = NULL;
     *length = 0;
-    EngineError code;
-    switch (data[0] % 3) {
-    case 0: code = format_online_order(&out, length, parts[0], parts[1], parts[2]); break;
-    case 1: code = format_local_order(&out, length, parts[0], parts[1], parts[2]); break;
-    default: code = format_summary(&out, length, parts[0], parts[1], parts[2]); break;
-    }
+    EngineError (*const entries[3])(uint8_t **, uint32_t *, const char *, const char *, const char *) = {
+        format_online_order, format_local_order, format_summary};
+    EngineError code = entries[data[0] % 3](&out, length, parts[0], parts[1], parts[2]);
     engine_free(&out);
     free(texts);
     return code;
 }
-
-#endif /* RECEIPT_ENGINE_FUZZ_INPUT_H */

@@ -1,221 +1,162 @@
-// The entry functions: their result codes, what they leave in the out-parameters, failed allocations,
-// formatting from many threads at once, and the inputs the fuzzer once broke the engine with.
+// The entry functions: whole receipts against the reviewed golden/expected/NAME.bin of each case of
+// golden/cases.json (see golden/README.md), result codes (cases/format_errors.json), failed allocations,
+// many threads at once, and the inputs the fuzzer once broke the engine with.
 
-#include "byte_test_support.h"
-
+#include "engine_cases.h"
 #include "utility_p.h"
-
 #include "../fuzz/fuzz_input.h"
 
 #include <atomic>
-#include <dirent.h>
-#include <string>
+#include <filesystem>
+#include <fstream>
+#include <memory>
 #include <thread>
 
 using namespace engine_test;
 
 namespace {
 
-const std::string kExamples = std::string(ENGINE_GOLDEN_DIR) + "/inputs/";
+const std::vector<Row> kGolden = (setTimeZone("Asia/Shanghai"), table("golden/cases"));  // the receipts' zone
 
-const char kOrderSettings[] =
-    R"({"width":"80mm","style":"normal","number_of_copies":2,"lines_between_copies":"small","isPrintBarcodeEnabled":true})";
-const char kSummarySettings[] = R"({"number_of_copies":1,"width":"58mm"})";
-
-enum class Entry { Online, Local, Summary };
-
-struct Job {
-    Entry entry;
-    std::string restaurant, input, settings;
-};
-
-EngineError format(const Job& job, Receipt& receipt)
+// A row's text: "@NAME" is the golden input NAME, null no text (a null pointer), a missing key the default.
+std::shared_ptr<std::string> text(const Row& row, const char* key, std::string value = "")
 {
-    auto fn = job.entry == Entry::Online  ? format_online_order
-              : job.entry == Entry::Local ? format_local_order
-                                          : format_summary;
-    return fn(&receipt.data, &receipt.length, job.restaurant.c_str(), job.input.c_str(), job.settings.c_str());
+    value = row.has(key) ? row.text(key) : value;
+    if (value == "null")
+        return nullptr;
+    return std::make_shared<std::string>(value.compare(0, 1, "@") ? value : readText("golden/inputs/" + value.substr(1)));
+}
+const char* c(const std::shared_ptr<std::string>& text) { return text ? text->c_str() : nullptr; }
+
+EngineError formatGolden(const Row& row, Receipt& receipt)
+{
+    const std::string r = readText("golden/inputs/" + row.text("restaurant")), i = readText("golden/inputs/" + row.text("input"));
+    return format(row.text("entry"), receipt, r.c_str(), i.c_str(), row.text("settings").c_str());
 }
 
-std::vector<Job> exampleJobs()
+ENGINE_CASE_TABLE(GoldenReceipt, "golden/cases");
+
+TEST_P(GoldenReceipt, MatchesTheReviewedBytes)
 {
-    const std::string restaurant = readText(kExamples + "restaurant.json");
-    return {{Entry::Online, restaurant, readText(kExamples + "online_order.json"), kOrderSettings},
-            {Entry::Local, restaurant, readText(kExamples + "dine_order.json"), kOrderSettings},
-            {Entry::Local, restaurant, readText(kExamples + "phone_order.json"), kOrderSettings},
-            {Entry::Summary, restaurant, readText(kExamples + "summary.json"), kSummarySettings}};
-}
-
-class FormatEntry : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() { setTimeZone("Asia/Shanghai"); }
-    void SetUp() override { jobs_ = exampleJobs(); }
-    void TearDown() override { EXPECT_EQ(engine_registry_count(), 0u) << "tracked blocks outlived the call"; }
-
-    // Runs job and checks the failure contract: a NULL buffer and the length untouched.
-    EngineError failure(const Job& job)
-    {
-        Receipt receipt;
-        receipt.data = reinterpret_cast<uint8_t*>(&receipt);  // anything but NULL
-        receipt.length = 1234;
-        EngineError code = format(job, receipt);
-        EXPECT_EQ(receipt.data, nullptr);
-        EXPECT_EQ(receipt.length, 1234u);
-        return code;
+    Receipt receipt;
+    ASSERT_EQ(formatGolden(GetParam(), receipt), ENGINE_OK);
+    const std::string path = ENGINE_TESTS_DIR "/golden/expected/" + GetParam().name + ".bin";
+    if (std::getenv("SB_UPDATE_GOLDEN")) {
+        std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(receipt.data), receipt.length);
+        GTEST_SKIP() << "wrote " << path << "; review it before committing";
     }
+    ASSERT_TRUE(std::ifstream(path).good()) << "no golden file " << path;
+    EXPECT_BYTES(readText(path), receipt.bytes());
+    EXPECT_EQ(receipt.data == nullptr, receipt.length == 0) << "an empty receipt is no buffer and needs no freeing";
+}
 
-    std::vector<Job> jobs_;
-};
-
-TEST_F(FormatEntry, NullInputsGiveMinusTwo)
+// A failure leaves a NULL buffer and the length untouched; a success a buffer.
+EngineError checkedFormat(const std::string& entry, const char* restaurant, const char* input, const char* settings)
 {
-    uint8_t* out = nullptr;
+    Receipt receipt;
+    receipt.data = reinterpret_cast<uint8_t*>(&receipt), receipt.length = 1234;  // a pointer and length to clear
+    const EngineError code = format(entry, receipt, restaurant, input, settings);
+    EXPECT_TRUE(code ? !receipt.data && receipt.length == 1234 : receipt.data != nullptr) << code;
+    EXPECT_EQ(engine_registry_count(), 0u) << "tracked blocks outlived the call";
+    return code;
+}
+
+const char kOrderSettings[] = R"({"width":"80mm","style":"normal","number_of_copies":2,"lines_between_copies":"small","isPrintBarcodeEnabled":true})";
+
+ENGINE_CASE_TABLE(FormatError, "cases/format_errors");
+
+TEST_P(FormatError, FailsWithTheCodeOfWhatIsWrongAndNoReceipt)
+{
+    const Row& row = GetParam();
+    const auto r = text(row, "restaurant", "@restaurant.json"), i = text(row, "input"), s = text(row, "settings", kOrderSettings);
+    EXPECT_EQ(checkedFormat(row.text("entry"), c(r), c(i), c(s)), row.number("code"));
+}
+
+TEST(FormatEntry, MissingOutParametersAndTooLargeInputsAreRefusedAtOnceAndCodesAreDescribed)
+{
+    const std::string r = readText("golden/inputs/restaurant.json");
+    std::string large = readText("golden/inputs/online_order.json");
     uint32_t length = 0;
-    const char* r = jobs_[0].restaurant.c_str();
-    const char* o = jobs_[0].input.c_str();
-    EXPECT_EQ(format_online_order(&out, &length, nullptr, o, kOrderSettings), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(format_online_order(&out, &length, r, nullptr, kOrderSettings), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(format_local_order(&out, &length, r, o, nullptr), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(format_summary(&out, &length, r, nullptr, kSummarySettings), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(format_online_order(nullptr, &length, r, o, kOrderSettings), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(format_summary(&out, nullptr, r, o, kSummarySettings), ENGINE_ERROR_INVALID_INPUT);
-    EXPECT_EQ(out, nullptr);
-}
-
-// Each bad input fails with its code, a NULL buffer and the length untouched.
-TEST_F(FormatEntry, BadInputFailsWithTheCodeOfWhatIsWrong)
-{
-    const Job &online = jobs_[0], &dine = jobs_[1], &phone = jobs_[2], &summary = jobs_[3];
-    const std::string& r = online.restaurant;
-    const std::pair<Job, EngineError> table[] = {
-        {{Entry::Online, "{\"name\":", online.input, online.settings}, ENGINE_ERROR_RESTAURANT_JSON},
-        {{Entry::Online, r, online.input.substr(0, online.input.size() / 2), online.settings}, ENGINE_ERROR_ORDER_JSON},
-        {{Entry::Local, r, dine.input, "{'width':'58mm'}"}, ENGINE_ERROR_SETTINGS_JSON},
-        {{Entry::Summary, r, "", summary.settings}, ENGINE_ERROR_SUMMARY_JSON},
-        {{Entry::Summary, r, summary.input, "nul"}, ENGINE_ERROR_SETTINGS_JSON},
-        // The restaurant is read first: a broken restaurant wins over a broken order.
-        {{Entry::Local, "[", "[", "["}, ENGINE_ERROR_RESTAURANT_JSON},
-        {{Entry::Online, r, online.input, R"({"width":"76mm","style":"normal"})"}, ENGINE_ERROR_PAPER_WIDTH},
-        {{Entry::Local, r, phone.input, R"({"width":"58mm","style":"large"})"}, ENGINE_ERROR_PRINT_STYLE},
-        {{Entry::Summary, r, summary.input, R"({"width":"A4"})"}, ENGINE_ERROR_PAPER_WIDTH},
-        // A summary without a width passes its reader and fails in the layout.
-        {{Entry::Summary, r, summary.input, R"({"number_of_copies":1})"}, ENGINE_ERROR_PAPER_WIDTH},
-        // Incomplete: a local order without "localOrderType", a dine order read as online (no consignee),
-        // settings without "lines_between_copies", a restaurant without a name.
-        {{Entry::Local, r, R"({"id":"1","general":{},"detail":{}})", dine.settings}, ENGINE_ERROR_INVALID_INPUT},
-        {{Entry::Online, r, dine.input, dine.settings}, ENGINE_ERROR_INVALID_INPUT},
-        {{Entry::Local, r, dine.input, R"({"width":"58mm","style":"small"})"}, ENGINE_ERROR_INVALID_INPUT},
-        {{Entry::Local, "{}", dine.input, dine.settings}, ENGINE_ERROR_INVALID_INPUT},
-        // A good order one byte longer than the input limit is refused before it is parsed, at once.
-        {{Entry::Online, r, online.input + std::string(ENGINE_INPUT_LIMIT + 1 - online.input.size(), ' '),
-          online.settings},
-         ENGINE_ERROR_INPUT_TOO_LARGE},
-    };
-    for (const auto& row : table)
-        EXPECT_EQ(failure(row.first), row.second) << row.first.input.substr(0, 40) << " / " << row.first.settings;
-    // The summary asks for its three records only: a summary text that is a bare number still prints.
-    Receipt receipt;
-    EXPECT_EQ(format({Entry::Summary, "{}", "5", kSummarySettings}, receipt), ENGINE_OK);
-}
-
-TEST_F(FormatEntry, ZeroCopiesSucceedWithAnEmptyReceiptThatNeedsNoFreeing)
-{
-    Receipt receipt;
-    receipt.length = 99;
-    ASSERT_EQ(format({Entry::Online, jobs_[0].restaurant, jobs_[0].input,
-                      R"({"width":"58mm","style":"normal","lines_between_copies":"small","number_of_copies":0})"},
-                     receipt),
-              ENGINE_OK);
-    EXPECT_EQ(receipt.data, nullptr);
-    EXPECT_EQ(receipt.length, 0u);
-    engine_free(&receipt.data);  // nothing to free is no fault
-    engine_free(nullptr);
-}
-
-TEST_F(FormatEntry, DescribesItsCodes)
-{
+    uint8_t* out = nullptr;
+    EXPECT_EQ(format_online_order(nullptr, &length, r.c_str(), large.c_str(), kOrderSettings), ENGINE_ERROR_INVALID_INPUT);
+    EXPECT_EQ(format_summary(&out, nullptr, r.c_str(), large.c_str(), kOrderSettings), ENGINE_ERROR_INVALID_INPUT);
+    large.resize(ENGINE_INPUT_LIMIT + 1, ' ');  // a good text one byte longer than the limit, in each place
+    EXPECT_EQ(checkedFormat("online", r.c_str(), large.c_str(), kOrderSettings), ENGINE_ERROR_INPUT_TOO_LARGE);
+    EXPECT_EQ(checkedFormat("online", large.c_str(), r.c_str(), kOrderSettings), ENGINE_ERROR_INPUT_TOO_LARGE);
+    large.resize(ENGINE_INPUT_LIMIT);
+    EXPECT_EQ(checkedFormat("online", r.c_str(), large.c_str(), kOrderSettings), ENGINE_OK);
+    engine_free(nullptr);  // nothing to free is no fault
     EXPECT_STREQ(engine_error_text(ENGINE_ERROR_ORDER_JSON), "order JSON does not parse");
     EXPECT_STREQ(engine_error_text(-999), "unknown error");
 }
 
-// Fails the n-th allocation from now on (counting from 0) and every later one, so that each failure path
-// is taken once while formatting.
+// Fails the n-th allocation from now on (counting from 0), and every later one unless failOnce.
 std::atomic<long> allocationsLeft{-1};
-
+bool failOnce = false;
 void* failingMalloc(size_t size)
 {
-    if (allocationsLeft.fetch_sub(1) <= 0)
-        return nullptr;
-    return malloc(size);
+    const long left = allocationsLeft.fetch_sub(1);
+    return (failOnce ? left == 0 : left <= 0) ? nullptr : malloc(size);
 }
 
-TEST_F(FormatEntry, FailedAllocationsGiveNoMemoryAndLeakNothing)
+TEST(FormatEntry, FailedAllocationsGiveNoMemoryAndLeakNothing)
 {
-    for (const Job& job : jobs_) {
+    for (const Row& golden : kGolden) for (const bool once : {false, true}) {
+        failOnce = once;
+        const LeakCheck check;  // every block a call takes it gives back, on any path
         Receipt reference;
-        ASSERT_EQ(format(job, reference), ENGINE_OK);
-        bool completed = false;
-        for (long n = 0; !completed; n++) {
-            allocationsLeft = n;
-            engine_set_malloc(failingMalloc);
-            Receipt receipt;
-            EngineError code = format(job, receipt);
-            engine_set_malloc(nullptr);
-            if (code == ENGINE_OK) {
-                EXPECT_BYTES(reference.bytes(), receipt.bytes()) << "after " << n << " allocations";
-                completed = allocationsLeft >= 0;
-            } else {
-                ASSERT_EQ(code, ENGINE_ERROR_NO_MEMORY) << "after " << n << " allocations";
-                EXPECT_EQ(receipt.data, nullptr);
+        ASSERT_EQ(formatGolden(golden, reference), ENGINE_OK);
+        for (long n = 0, completed = 0; !completed; n++) {
+            {
+                allocationsLeft = n;
+                engine_set_malloc(failingMalloc);
+                Receipt receipt;
+                const EngineError code = formatGolden(golden, receipt);
+                engine_set_malloc(nullptr);
+                completed = code == ENGINE_OK && allocationsLeft >= 0;
+                if (code == ENGINE_OK)
+                    EXPECT_BYTES(reference.bytes(), receipt.bytes()) << golden.name << " after " << n << " allocations";
+                else
+                    ASSERT_TRUE(code == ENGINE_ERROR_NO_MEMORY && !receipt.data) << golden.name << " after " << n;
             }
-            ASSERT_EQ(engine_registry_count(), 0u) << "after " << n << " allocations";
+            ASSERT_EQ(check.leaked(), reference.data ? 1u : 0u) << golden.name << " after " << n << " allocations";
         }
     }
 }
 
-TEST_F(FormatEntry, ManyThreadsGetTheSameBytes)
+TEST(FormatEntry, ManyThreadsGetTheSameBytes)
 {
     std::vector<Bytes> expected;
-    for (const Job& job : jobs_) {
+    for (const Row& golden : kGolden) {
         Receipt receipt;
-        ASSERT_EQ(format(job, receipt), ENGINE_OK);
-        expected.push_back(receipt.bytes());
+        expected.push_back((formatGolden(golden, receipt), receipt.bytes()));
     }
     std::atomic<int> mismatches{0};
     std::vector<std::thread> threads;
-    for (int t = 0; t < 8; t++) {
+    for (size_t t = 0; t < 8; t++)
         threads.emplace_back([&, t] {
-            for (int round = 0; round < 40; round++) {
-                size_t which = size_t(t + round) % jobs_.size();
+            for (size_t which = t * 5; which < t * 5 + 40; which++) {
                 Receipt receipt;
-                if (format(jobs_[which], receipt) != ENGINE_OK || receipt.bytes() != expected[which])
-                    mismatches++;
+                mismatches += formatGolden(kGolden[which % kGolden.size()], receipt) != ENGINE_OK ||
+                              receipt.bytes() != expected[which % kGolden.size()];
             }
         });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(mismatches.load(), 0);
 }
 
-// Every NAME.input under the regression folder is a fuzz-format input (see fuzz_input.h) kept because it
-// broke the engine once or stresses a limit (nesting depth, output size); each must give a result code.
+// Every NAME.input under regressions/ is a fuzz input (see fuzz_input.h) kept because it broke the engine
+// once or stresses a limit (nesting depth, output size); each must give a result code.
 TEST(FuzzRegression, EveryFoundInputFormatsOrFailsCleanly)
 {
-    DIR* dir = opendir(ENGINE_REGRESSION_DIR);
-    ASSERT_NE(dir, nullptr);
     int replayed = 0;
-    while (dirent* entry = readdir(dir)) {
-        const std::string name = entry->d_name;
-        if (name.size() < 6 || name.compare(name.size() - 6, 6, ".input") != 0)
-            continue;
-        const std::string data = readText(std::string(ENGINE_REGRESSION_DIR) + "/" + name);
+    for (const auto& entry : std::filesystem::directory_iterator(ENGINE_TESTS_DIR "/regressions")) {
+        if (entry.path().extension() != ".input") continue;
+        const std::string data = readText(entry.path());
         uint32_t length = 0;
-        EngineError code = run_fuzz_input(reinterpret_cast<const uint8_t*>(data.data()), data.size(), &length);
-        EXPECT_LE(code, 0) << name;
+        EXPECT_LE(run_fuzz_input(reinterpret_cast<const uint8_t*>(data.data()), data.size(), &length), 0) << entry.path();
         replayed++;
     }
-    closedir(dir);
     EXPECT_GT(replayed, 0);
     EXPECT_EQ(engine_registry_count(), 0u);
 }
