@@ -4,6 +4,7 @@
 #include <ctime>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <sstream>
 
 namespace engine_test {
@@ -60,10 +61,14 @@ std::string textOf(const cJSON* value)
 
 std::vector<Row> table(const char* name)
 {
-    static std::map<std::string, cJSON*> loaded;  // kept for the whole program: rows point into it
-    cJSON*& list = loaded[name];
-    if (!list)
-        list = cJSON_Parse(readText(std::string(name) + ".json").c_str());
+    // Kept for the whole program, as rows point into it; freed at its end.
+    static std::map<std::string, std::unique_ptr<cJSON, void (*)(cJSON*)>> loaded;
+    auto found = loaded.find(name);
+    if (found == loaded.end())
+        found = loaded.emplace(name, std::unique_ptr<cJSON, void (*)(cJSON*)>(
+                                         cJSON_Parse(readText(std::string(name) + ".json").c_str()), cJSON_Delete))
+                    .first;
+    const cJSON* list = found->second.get();
     std::vector<Row> rows;
     const cJSON* item = nullptr;
     cJSON_ArrayForEach(item, list)
