@@ -119,7 +119,8 @@ TEST_P(PrintDispatchContract, JobThatNeverPrintsIsToldFalseAfterTheLimitAndTheNe
     ASSERT_TRUE(m_outcomes.waitFor(1));
     EXPECT_EQ(m_outcomes.results(1), QList<bool>{false});
     EXPECT_GE(toldAfterMs, m_timing.jobLimitMs - 50);
-    EXPECT_LE(toldAfterMs, m_timing.jobLimitMs + 2 * m_timing.watchdogPeriodMs + 500);
+    // Room for a loaded machine; still far below the ten seconds a limit that did not take would give.
+    EXPECT_LE(toldAfterMs, m_timing.jobLimitMs + 2 * m_timing.watchdogPeriodMs + 2000);
     EXPECT_TRUE(m_spooler->waitCancelled("Kitchen", 1));
     ASSERT_TRUE(m_outcomes.waitFor(2));
     EXPECT_EQ(m_outcomes.results(2), QList<bool>{true});
