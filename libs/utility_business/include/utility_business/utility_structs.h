@@ -8,6 +8,11 @@
 #include <QString>
 #include <QStringList>
 
+// Declares a record's JSON forms: toJson() and the static fromJson(text).
+#define SB_JSON_RECORD(Record)                                                                                        \
+    QString toJson() const;                                                                                           \
+    static Record fromJson(const QString& json);
+
 namespace utility_business {
 namespace utility_structs {
 
@@ -23,8 +28,7 @@ struct PrinterInfo {
     bool connected = false;
     utility_enum::PrinterType type = utility_enum::PRINTER_UNUSABLE;
 
-    QString toJson() const;
-    static PrinterInfo fromJson(const QString& json);
+    SB_JSON_RECORD(PrinterInfo)
 };
 
 // Copies per order kind of one printer.
@@ -33,8 +37,7 @@ struct PrintCopies {
     int copiesCountOfDineOrder = 1;   // dine-in orders
     int copiesCountOfPhoneOrder = 1;  // telephone orders
 
-    QString toJson() const;
-    static PrintCopies fromJson(const QString& json);
+    SB_JSON_RECORD(PrintCopies)
 };
 
 // A printer's settings in one profile.
@@ -45,8 +48,7 @@ struct PrinterSettings {
     int copiesCountOfPhoneOrder = 1;
 
     PrintCopies copies() const;
-    QString toJson() const;
-    static PrinterSettings fromJson(const QString& json);
+    SB_JSON_RECORD(PrinterSettings)
 };
 
 // The print switches shared by every printer ("print" in Settings-App.json).
@@ -57,8 +59,7 @@ struct GlobalPrintSettings {
     QString spacingBetweenCopies = QStringLiteral("middle");  // "small", "middle" or "large"
     QString fontStyle = QStringLiteral("normal");             // "normal" or "small"
 
-    QString toJson() const;
-    static GlobalPrintSettings fromJson(const QString& json);
+    SB_JSON_RECORD(GlobalPrintSettings)
 };
 
 // What the formatter needs to lay out one order.
@@ -71,8 +72,7 @@ struct SummaryPrintSettings {
     QString lines_between_copies = QStringLiteral("middle");
     QString style = QStringLiteral("normal");
 
-    QString toJson() const;
-    static SummaryPrintSettings fromJson(const QString& json);
+    SB_JSON_RECORD(SummaryPrintSettings)
 };
 
 // The properties of a printer common to every profile.
@@ -82,8 +82,7 @@ struct PrinterProperties {
     QString width;
     utility_enum::PrinterType type = utility_enum::PRINTER_UNUSABLE;
 
-    QString toJson() const;
-    static PrinterProperties fromJson(const QString& json);
+    SB_JSON_RECORD(PrinterProperties)
 };
 
 // The identity of a shop account.
@@ -94,8 +93,7 @@ struct ProfileInfo {
     QString mobile;
     QStringList restaurantNames;
 
-    QString toJson() const;
-    static ProfileInfo fromJson(const QString& json);
+    SB_JSON_RECORD(ProfileInfo)
 };
 
 struct UserConfig {
@@ -104,8 +102,7 @@ struct UserConfig {
     bool isDevelopModelEnable = false;
     QString printerSettingsMode = QStringLiteral("basis");
 
-    QString toJson() const;
-    static UserConfig fromJson(const QString& json);
+    SB_JSON_RECORD(UserConfig)
 };
 
 // Where and how large the client's main window was last.
@@ -117,8 +114,7 @@ struct WindowInfo {
     int width = 1008;
     int height = 665;
 
-    QString toJson() const;
-    static WindowInfo fromJson(const QString& json);
+    SB_JSON_RECORD(WindowInfo)
 };
 
 // A notification tone.
@@ -126,8 +122,7 @@ struct ToneInfo {
     QString name;
     QString file;
 
-    QString toJson() const;
-    static ToneInfo fromJson(const QString& json);
+    SB_JSON_RECORD(ToneInfo)
 };
 
 // A proxy server of the basis file's list.
@@ -136,8 +131,7 @@ struct ProxyServerInfo {
     QString host;     // the proxy host handed to requests ("host" in the basis file)
     int port = 0;
 
-    QString toJson() const;
-    static ProxyServerInfo fromJson(const QString& json);
+    SB_JSON_RECORD(ProxyServerInfo)
 };
 
 // A file of a resource package and its SHA-1, as the package's index lists it.
@@ -145,8 +139,7 @@ struct ResourceFileInfo {
     QString filename;
     QString sha1;
 
-    QString toJson() const;
-    static ResourceFileInfo fromJson(const QString& json);
+    SB_JSON_RECORD(ResourceFileInfo)
 };
 
 }  // namespace utility_structs
