@@ -9,18 +9,15 @@
 
 namespace engine_test {
 
-std::atomic<long> g_cjsonBlocks{0};
-cJSON_Hooks g_hooks = {[](size_t size) { return ++g_cjsonBlocks, std::malloc(size); },
-                       [](void* block) { g_cjsonBlocks -= block != nullptr, std::free(block); }};
-const bool g_counting = (cJSON_InitHooks(&g_hooks), true);
-long cjsonBlocks() { return g_cjsonBlocks; }
 
 Bytes bytesOf(const std::string& notation)
 {
     Bytes out;
     for (size_t at = 0; at < notation.size(); at++) {
-        if (notation[at] != '{' && (out.push_back(uint8_t(notation[at])), true))
+        if (notation[at] != '{') {
+            out.push_back(uint8_t(notation[at]));
             continue;
+        }
         const size_t end = notation.find('}', at);
         std::istringstream tokens(notation.substr(at + 1, end - at - 1));
         at = end;
@@ -47,7 +44,11 @@ std::string readText(const std::string& path)
     return text.str();
 }
 
-void setTimeZone(const char* zone) { setenv("TZ", zone, 1), tzset(); }
+void setTimeZone(const char* zone)
+{
+    setenv("TZ", zone, 1);
+    tzset();
+}
 
 std::string textOf(const cJSON* value)
 {

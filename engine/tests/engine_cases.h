@@ -4,6 +4,7 @@
 
 #include "receipt_engine/receipt_engine.h"
 #include "utility_p.h"
+#include "cjson_blocks.h"
 #include "same_bytes.h"
 
 #include <cjson/cJSON.h>
@@ -45,7 +46,7 @@ struct Receipt {
     uint32_t length = 0;
 };
 
-long cjsonBlocks();  // alive, counted through cJSON's allocation hooks
+using test_support::cjsonBlocks;
 
 // Counts the tracked blocks some work leaves; its block stays the oldest, so no release restarts the count.
 struct LeakCheck {

@@ -2,10 +2,10 @@
 // [call, arguments..., expected result] against it.
 #include "utility_business/json_document.h"
 
+#include "cjson_blocks.h"
 #include "ub_cases.h"
+
 #include <QTemporaryDir>
-#include <cjson/cJSON.h>
-#include <atomic>
 
 using utility_business::JsonDocument;
 
@@ -60,16 +60,10 @@ QJsonValue run(JsonDocument& doc, const QJsonArray& s)
 class JsonDocumentCase : public ::testing::TestWithParam<int> {};
 UB_CASE_TABLE(JsonDocumentCase, kTable);
 
-// The cJSON blocks alive, counted through cJSON's allocation hooks.
-std::atomic<long> g_cjsonBlocks{0};
-cJSON_Hooks g_hooks = {[](size_t size) { return ++g_cjsonBlocks, std::malloc(size); },
-                       [](void* block) { g_cjsonBlocks -= block != nullptr, std::free(block); }};
-const bool g_counting = (cJSON_InitHooks(&g_hooks), true);
-
 TEST_P(JsonDocumentCase, EveryStepGivesTheTabledResultAndLeaksNothing)
 {
     const QJsonObject row = tableRows(kTable)[GetParam()].toObject();
-    const long blocks = g_cjsonBlocks;
+    const long blocks = test_support::cjsonBlocks();
     {
         JsonDocument doc(row[QStringLiteral("doc")].toString());
         for (const QJsonValue& step : row[QStringLiteral("steps")].toArray()) {
@@ -78,7 +72,7 @@ TEST_P(JsonDocumentCase, EveryStepGivesTheTabledResultAndLeaksNothing)
             EXPECT_EQ(text(run(doc, s)), text(s.size() > 1 ? s.last() : QJsonValue())) << text(s).toStdString();
         }
     }
-    EXPECT_EQ(g_cjsonBlocks, blocks) << "cJSON blocks leaked";
+    EXPECT_EQ(test_support::cjsonBlocks(), blocks) << "cJSON blocks leaked";
 }
 
 }  // namespace
