@@ -32,6 +32,4 @@ struct ByteView {
 }  // namespace test_support
 
 #define EXPECT_BYTES(expected, actual) EXPECT_TRUE(::test_support::sameBytes((expected), (actual)))
-#define ASSERT_BYTES(expected, actual) ASSERT_TRUE(::test_support::sameBytes((expected), (actual)))
-#define EXPECT_CONTAINS_BYTES(haystack, needle) EXPECT_TRUE(::test_support::containsBytes((haystack), (needle)))
 #define EXPECT_LACKS_BYTES(haystack, needle) EXPECT_FALSE(::test_support::containsBytes((haystack), (needle)))

@@ -10,7 +10,6 @@
 #include "callback_log.h"
 #include "qt_print.h"
 #include "same_bytes.h"
-#include "temp_home.h"
 
 #include "utility_business/log.h"
 #include "utility_business/utility_structs.h"
@@ -37,7 +36,6 @@ constexpr unsigned short kSupportedProduct = 0x5011;
 
 using test_support::CallbackLog;
 using test_support::Gate;
-using test_support::homeDir;
 using test_support::sameBytes;
 
 // Records of the log whose text is exactly `text`.
